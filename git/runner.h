@@ -1,0 +1,76 @@
+// Runs the git command line as a hidden child process and captures what it prints. Every call that
+// reads blocks: background threads only, save where a caller has its own way of ending the run.
+#pragma once
+
+#include "git/error.h"
+#include "git/git.h"
+#include "win32/handle.h"
+
+#include <git2/oid.h>
+#include <windows.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace git {
+
+enum class Stream { Output = 0, Error = 1 };
+
+// The outcome of one plain command.
+struct CommandResult {
+    std::wstring command;  // the arguments, without "git --no-pager "
+    std::string output;    // UTF-8; after a failure the failure's text
+    bool ok = false;       // it started, its streams were read, its exit code was 0
+};
+
+// One started process. Destroying it terminates the process (harmless when it has ended) and closes
+// all handles: a child never outlives its owner.
+struct RunningGit {
+    RunningGit() = default;
+    RunningGit(RunningGit&&) noexcept = default;
+    RunningGit& operator=(RunningGit&&) = delete;
+    ~RunningGit();
+
+    win32::KernelHandle stdout_read;
+    win32::KernelHandle stderr_read;
+    win32::KernelHandle process;
+    win32::KernelHandle thread;
+    std::uint32_t process_id = 0;
+    std::uint32_t thread_id = 0;
+};
+
+// Whether "git.exe" is found on the search path.
+bool is_git_available();
+
+// Escapes a value that stands between double quotes in a command's text. A trailing backslash and a
+// quote after two backslashes cannot be carried: see is_carried.
+std::wstring quote_argument(std::wstring_view text);
+
+// Whether the command line "git --no-pager " + `arguments` splits, by the rules of Windows, into
+// exactly "git", "--no-pager" and `words`.
+bool is_carried(std::wstring_view arguments, const std::vector<std::wstring>& words);
+
+Result<RunningGit> start_git(std::wstring_view arguments,
+                             const std::filesystem::path& working_directory);
+
+// Appends what one blocking read of at most 65,536 bytes gives; 0 bytes at the end of the stream.
+Result<std::size_t> read_chunk(HANDLE pipe, std::string& buffer, Git& git);
+// The whole of one stream, until the child has ended.
+Result<std::string> read_all(RunningGit& running, Stream stream, Git& git);
+// Standard output as one full hash a line.
+Result<std::vector<git_oid>> read_object_ids(RunningGit& running, Git& git);
+
+bool is_running(const RunningGit& running);
+std::uint32_t exit_code(const RunningGit& running);
+
+// One whole run in `working_directory`. `arguments` go after "git --no-pager " as they stand.
+CommandResult run_git(std::wstring arguments, const std::filesystem::path& working_directory,
+                      Stream stream, Git& git);
+
+// The last line of an output, without surrounding spaces.
+std::string last_output_line(std::string_view output);
+
+}  // namespace git

@@ -1,0 +1,95 @@
+// Ids of the plug-in's own resources and of the localized libraries. Read by the resource compiler
+// too, hence macros. Ids that the editor's interface does not give come from free ranges: controls
+// and commands from 41000, dialogs and menus from 200, strings from 1000.
+#pragma once
+
+// Own resources of Revlane.dll.
+#define IDB_TOOLBAR_SMALL 120
+#define IDI_REVLANE 1
+
+// Strings.
+#define IDS_NAME 101
+#define IDS_COLUMN_SUMMARY 104
+#define IDS_COLUMN_AUTHOR 105
+#define IDS_COLUMN_DATE 106
+#define IDS_COLUMN_ID 107
+#define IDS_IDS_COPIED 108
+#define IDS_ROWS_COPIED 109
+#define IDS_CANCEL 112
+#define IDS_STATUS_ADDED 113
+#define IDS_STATUS_DELETED 114
+#define IDS_STATUS_RENAMED 115
+#define IDS_STATUS_CONFLICTED 116
+#define IDS_BRANCH_TIP 117
+#define IDS_REFERENCES_HEADING 122
+#define IDS_DELETE_BRANCH_QUESTION 128
+
+// Dialogs and menus.
+#define IDM_COMMIT_LIST 114
+#define IDM_FILES_TREE 117
+#define IDM_STAGED_LIST 136
+#define IDM_BRANCHES_LIST 137
+#define IDM_CHANGES_LIST 138
+#define IDD_FILE_PICKER 129
+#define IDD_SIDEBAR 134
+#define IDD_FILTER 140
+#define IDD_OUTPUT 142
+#define IDD_NEW_BRANCH 145
+#define IDM_PANEL 200
+#define IDD_HISTORY 201
+
+// Controls of the sidebar.
+#define IDC_CHOOSE_FOLDER 1029
+#define IDC_PANEL_MENU 1030
+#define IDC_SHOW_HISTORY 1031
+#define IDC_BRANCH 1036
+#define IDC_COMMIT_MESSAGE 1037
+#define IDC_COMMIT 1038
+#define IDC_STAGE_ALL_AND_COMMIT 1039
+#define IDC_PULL 1040
+#define IDC_PUSH 1041
+#define IDC_STAGED_LIST 1052
+#define IDC_CHANGES_LIST 1053
+#define IDC_PROGRESS 41000
+#define IDC_STAGED_HEADING 41001
+#define IDC_CHANGES_HEADING 41002
+#define IDC_BRANCHES_HEADING 41003
+#define IDC_BRANCHES_LIST 41004
+#define IDC_EMPTY_TEXT 41005
+
+// The output window and other dialogs.
+#define IDC_OUTPUT_TEXT 1051
+
+// Commands.
+#define ID_UNSTAGE 40057
+#define ID_STAGE 40058
+#define ID_DISCARD 40060
+#define ID_FETCH 40065
+#define ID_STATUS 40069
+#define ID_SHOW_OUTPUT 40071
+#define ID_HELP_PAGE 40076
+#define ID_OPEN_FOLDER 40092
+#define ID_AUTO_FETCH 40094
+#define ID_OPEN_REMOTE 40096
+#define ID_UPDATE_SUBMODULE 40098
+#define ID_STAGED_UPDATE_SUBMODULE 40100
+#define ID_COPY_PATHS 40101
+#define ID_SELECT_ALL 40102
+#define ID_STAGED_COPY_PATHS 40103
+#define ID_STAGED_SELECT_ALL 40104
+#define ID_COMPARE 40110
+#define ID_STAGED_COMPARE 40111
+#define ID_OPEN_FILE 40112
+#define ID_STAGED_OPEN_FILE 40113
+#define ID_CANCEL_COMMAND 41100
+#define ID_FILE_HISTORY 41101
+#define ID_STAGED_FILE_HISTORY 41102
+
+// Branches list.
+#define ID_SHOW_BRANCH 40049
+#define ID_BRANCH_CHECKOUT 40078
+#define ID_BRANCH_CREATE 40081
+#define ID_BRANCH_DELETE 40083
+#define ID_BRANCHES_REFRESH 40085
+#define ID_BRANCH_DELETE_REMOTE 40118
+#define ID_BRANCHES_COMPARE 7356

@@ -1,0 +1,42 @@
+// Posted messages that own their payload: the one place where an owned pointer becomes a message
+// parameter and where it is taken back.
+#pragma once
+
+#include <windows.h>
+
+#include <memory>
+
+namespace win32 {
+
+// Posts `message` to `window` with the payload as wParam and 0 as lParam. From a posted message on,
+// the window owns the payload (it calls take_owned); when the window is null or posting fails, the
+// payload is freed here. Any thread. Returns whether the message was posted.
+template <typename T>
+bool post_owned(HWND window, UINT message, std::unique_ptr<T> payload) noexcept
+{
+    // Posting to a null window reaches the thread's own queue and "succeeds": nobody would free it.
+    if (window == nullptr || !PostMessageW(window, message, reinterpret_cast<WPARAM>(payload.get()), 0))
+        return false;
+    (void)payload.release();
+    return true;
+}
+
+// Takes over the payload of a message that was posted by post_owned with the same T. May be null:
+// a message without a payload is tolerated by every receiver.
+template <typename T>
+[[nodiscard]] std::unique_ptr<T> take_owned(WPARAM wparam) noexcept
+{
+    return std::unique_ptr<T>(reinterpret_cast<T*>(wparam));
+}
+
+// Frees the payloads of `message` that still wait in the queue of `window`. Called on the thread of
+// the window as it is destroyed (WM_NCDESTROY), when no task posts to it any more.
+template <typename T>
+void drain_owned(HWND window, UINT message) noexcept
+{
+    MSG waiting{};
+    while (PeekMessageW(&waiting, window, message, message, PM_REMOVE | PM_NOYIELD))
+        (void)take_owned<T>(waiting.wParam);
+}
+
+}  // namespace win32

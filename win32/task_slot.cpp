@@ -1,0 +1,64 @@
+#include "win32/task_slot.h"
+
+#include <mutex>
+#include <utility>
+
+namespace win32 {
+
+struct TaskSlot::State {
+    std::mutex lock;
+    std::function<void()> waiting;  // empty when nothing waits
+    int running = 0;
+};
+
+TaskSlot::TaskSlot(BS::thread_pool<>& pool) : pool_(pool), state_(std::make_shared<State>()) {}
+
+TaskSlot::~TaskSlot()
+{
+    cancel();
+}
+
+void TaskSlot::submit(std::function<void()> task)
+{
+    {
+        const std::lock_guard guard(state_->lock);
+        const bool queued = static_cast<bool>(state_->waiting);
+        state_->waiting = std::move(task);
+        // The pool already holds a call that will find the new task in place of the dropped one.
+        if (queued)
+            return;
+    }
+    pool_.detach_task([state = state_] {
+        std::function<void()> next;
+        {
+            const std::lock_guard guard(state->lock);
+            next = std::exchange(state->waiting, nullptr);
+            if (!next)
+                return;
+            ++state->running;
+        }
+        try {
+            next();
+        } catch (...) {  // NOLINT(bugprone-empty-catch): a task reports its failures itself
+        }
+        // What the task captured goes before the slot counts as idle.
+        next = nullptr;
+        const std::lock_guard guard(state->lock);
+        --state->running;
+    });
+}
+
+void TaskSlot::cancel() noexcept
+{
+    std::function<void()> dropped;
+    const std::lock_guard guard(state_->lock);
+    dropped = std::exchange(state_->waiting, nullptr);
+}
+
+bool TaskSlot::busy() const noexcept
+{
+    const std::lock_guard guard(state_->lock);
+    return state_->running > 0 || static_cast<bool>(state_->waiting);
+}
+
+}  // namespace win32

@@ -1,0 +1,109 @@
+// Window, dialog and subclass procedures: one of each kind, which find the object behind a window
+// and call its `handle`. An exception that escapes from `handle` is shown in an error box at this
+// boundary and the message gets its default handling. Everything runs on the window's thread.
+#pragma once
+
+#include "win32/error_box.h"
+
+#include <commctrl.h>
+#include <windows.h>
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace win32 {
+
+struct Message {
+    HWND window;
+    UINT id;
+    WPARAM wparam;
+    LPARAM lparam;
+};
+
+// What `handle` returns: the message's result, or nothing for the default handling.
+using Handled = std::optional<LRESULT>;
+
+// Whether a dialog procedure answers this message by its return value; every other message is
+// answered through DWLP_MSGRESULT.
+bool answers_by_return_value(UINT message) noexcept;
+
+// Dialog procedure of an object that exists before its dialog and outlives it. The object arrives
+// as the creation parameter (lParam of WM_INITDIALOG: a T*), is kept in DWLP_USER and is forgotten
+// at WM_NCDESTROY. T has `Handled handle(const Message&)`, which sees WM_INITDIALOG as its first
+// message; messages before it get their default handling.
+template <typename T>
+INT_PTR CALLBACK dialog_proc(HWND window, UINT id, WPARAM wparam, LPARAM lparam) noexcept
+{
+    if (id == WM_INITDIALOG)
+        SetWindowLongPtrW(window, DWLP_USER, lparam);
+    auto* object = reinterpret_cast<T*>(GetWindowLongPtrW(window, DWLP_USER));
+    if (object == nullptr)
+        return FALSE;
+    if (id == WM_NCDESTROY)
+        SetWindowLongPtrW(window, DWLP_USER, 0);
+    try {
+        const Handled result = object->handle(Message{window, id, wparam, lparam});
+        if (!result)
+            return FALSE;
+        if (answers_by_return_value(id))
+            return static_cast<INT_PTR>(*result);
+        SetWindowLongPtrW(window, DWLP_MSGRESULT, *result);
+        return TRUE;
+    } catch (...) {
+        show_current_exception(window);
+        return FALSE;
+    }
+}
+
+// Window procedure of an object that is handed to CreateWindowExW as the creation parameter (a T*),
+// kept in GWLP_USERDATA from WM_NCCREATE to WM_NCDESTROY.
+template <typename T>
+LRESULT CALLBACK window_proc(HWND window, UINT id, WPARAM wparam, LPARAM lparam) noexcept
+{
+    if (id == WM_NCCREATE)
+        SetWindowLongPtrW(
+            window, GWLP_USERDATA,
+            reinterpret_cast<LONG_PTR>(reinterpret_cast<CREATESTRUCTW*>(lparam)->lpCreateParams));
+    auto* object = reinterpret_cast<T*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    if (object == nullptr)
+        return DefWindowProcW(window, id, wparam, lparam);
+    if (id == WM_NCDESTROY)
+        SetWindowLongPtrW(window, GWLP_USERDATA, 0);
+    try {
+        if (const Handled result = object->handle(Message{window, id, wparam, lparam}))
+            return *result;
+    } catch (...) {
+        show_current_exception(window);
+    }
+    return DefWindowProcW(window, id, wparam, lparam);
+}
+
+// Subclasses a control for as long as the object lives or until the control is destroyed, whichever
+// comes first. The handler sees every message before the control does; nothing means the control's
+// own handling. The handler must not destroy the Subclass it belongs to.
+class Subclass {
+public:
+    using Handler = std::function<Handled(const Message&)>;
+
+    // `id` tells subclasses of one control apart that share this procedure.
+    Subclass(HWND control, Handler handler, UINT_PTR id = 0);
+    ~Subclass();
+    Subclass(const Subclass&) = delete;
+    Subclass& operator=(const Subclass&) = delete;
+
+    // Null once the control is gone.
+    [[nodiscard]] HWND control() const noexcept { return control_; }
+
+private:
+    static LRESULT CALLBACK procedure(HWND, UINT, WPARAM, LPARAM, UINT_PTR, DWORD_PTR) noexcept;
+
+    HWND control_;
+    UINT_PTR id_;
+    Handler handler_;
+};
+
+// The whole text of a window or control.
+std::wstring window_text(HWND window);
+
+}  // namespace win32
