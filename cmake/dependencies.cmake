@@ -1,0 +1,58 @@
+# The libraries Revlane stands on, under the same names with either compiler:
+#   deps::headers   BS thread pool, tl::expected, GSL, and fmt without a library of its own
+#   deps::libgit2   libgit2 with what it needs, static
+#   deps::gtest     GoogleTest and GoogleMock, without a main function
+
+add_library(deps_headers INTERFACE)
+add_library(deps::headers ALIAS deps_headers)
+target_compile_definitions(deps_headers INTERFACE FMT_HEADER_ONLY)
+add_library(deps_libgit2 INTERFACE)
+add_library(deps::libgit2 ALIAS deps_libgit2)
+add_library(deps_gtest INTERFACE)
+add_library(deps::gtest ALIAS deps_gtest)
+
+if(MINGW)
+    # Asked each time: a changed recipe has another folder.
+    execute_process(
+        COMMAND "${PROJECT_SOURCE_DIR}/tools/dependencies/build" --where
+        OUTPUT_VARIABLE REVLANE_PREFIX
+        OUTPUT_STRIP_TRAILING_WHITESPACE
+        COMMAND_ERROR_IS_FATAL ANY)
+    if(NOT IS_DIRECTORY "${REVLANE_PREFIX}")
+        message(FATAL_ERROR "The libraries are not built yet: run ./dev build, which makes them.")
+    endif()
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
+        "${PROJECT_SOURCE_DIR}/tools/dependencies/build")
+
+    target_include_directories(deps_headers SYSTEM INTERFACE "${REVLANE_PREFIX}/include")
+    target_include_directories(deps_libgit2 SYSTEM INTERFACE "${REVLANE_PREFIX}/include")
+    target_link_libraries(deps_libgit2 INTERFACE
+        "${REVLANE_PREFIX}/lib/libgit2.a"
+        "${REVLANE_PREFIX}/lib/libpcre2-8.a"
+        "${REVLANE_PREFIX}/lib/libhttp_parser.a"
+        z ws2_32 secur32 rpcrt4 crypt32)
+    target_include_directories(deps_gtest SYSTEM INTERFACE "${REVLANE_PREFIX}/include")
+    target_link_libraries(deps_gtest INTERFACE
+        "${REVLANE_PREFIX}/lib/libgmock.a"
+        "${REVLANE_PREFIX}/lib/libgtest.a")
+    set(REVLANE_LICENCES "${REVLANE_PREFIX}/licences")
+else()
+    find_package(fmt CONFIG REQUIRED)
+    find_package(Microsoft.GSL CONFIG REQUIRED)
+    find_package(tl-expected CONFIG REQUIRED)
+    find_package(GTest CONFIG REQUIRED)
+    find_path(BS_THREAD_POOL_INCLUDE_DIR BS_thread_pool.hpp REQUIRED)
+    find_package(unofficial-libgit2 CONFIG REQUIRED)
+    target_include_directories(deps_headers SYSTEM INTERFACE "${BS_THREAD_POOL_INCLUDE_DIR}")
+    target_link_libraries(deps_headers INTERFACE
+        fmt::fmt-header-only Microsoft.GSL::GSL tl::expected)
+    # vcpkg has named this target in two ways.
+    foreach(name IN ITEMS unofficial::libgit2::libgit2 unofficial::libgit2::libgit2package)
+        if(TARGET ${name})
+            target_link_libraries(deps_libgit2 INTERFACE ${name})
+            break()
+        endif()
+    endforeach()
+    target_link_libraries(deps_gtest INTERFACE GTest::gmock GTest::gtest)
+    set(REVLANE_LICENCES "${VCPKG_INSTALLED_DIR}/${VCPKG_TARGET_TRIPLET}/share")
+endif()
