@@ -35,19 +35,71 @@ public:
     void cancel() noexcept;
     [[nodiscard]] bool is_shut_down() const noexcept;
 
-    // Registers a blocking read on `pipe` for its lifetime. Made by the reading thread right before
-    // the read and destroyed right after it.
+    class Run;
     class ReadScope;
-    // Registers a running process for its lifetime and tells afterwards whether it was ended by
-    // shutdown() or cancel(): such a run is never ok, whatever its exit code says.
     class RunScope;
 
 private:
+    void end_registered() noexcept;
+
     mutable std::mutex lock_;
     std::unordered_set<HANDLE> reading_pipes_;
     std::unordered_set<HANDLE> running_processes_;
     bool shut_down_ = false;
     std::uint64_t cancellations_ = 0;  // advanced by cancel() and shutdown()
+};
+
+// One run from its first step on. A run that shutdown() or cancel() has ended is never ok, whatever
+// the exit code of its process says: a killed git ends with 0. Must not outlive the Git.
+class Git::Run {
+public:
+    explicit Run(Git& git) noexcept;
+
+    // True from the shutdown() or cancel() on that came after the run began, and from the beginning
+    // when the Git was shut down before.
+    [[nodiscard]] bool was_ended() const noexcept;
+
+private:
+    friend class ReadScope;
+    friend class RunScope;
+
+    // With the lock of the Git held.
+    [[nodiscard]] bool was_ended_locked() const noexcept;
+
+    Git& git_;
+    std::uint64_t cancellations_at_start_;
+};
+
+// Registers a blocking read on `pipe` for its lifetime. Made by the reading thread right before the
+// read and destroyed right after it.
+class Git::ReadScope {
+public:
+    ReadScope(const Run& run, HANDLE pipe);
+    ~ReadScope();
+    ReadScope(const ReadScope&) = delete;
+    ReadScope& operator=(const ReadScope&) = delete;
+
+    // False when the run was ended before: nothing is registered and nothing may be read.
+    [[nodiscard]] bool may_read() const noexcept { return registered_; }
+
+private:
+    Git& git_;
+    HANDLE pipe_;
+    bool registered_;
+};
+
+// Registers a running process for its lifetime, and terminates it at once when the run was ended
+// before. Must be destroyed before the handle is closed.
+class Git::RunScope {
+public:
+    RunScope(const Run& run, HANDLE process);
+    ~RunScope();
+    RunScope(const RunScope&) = delete;
+    RunScope& operator=(const RunScope&) = delete;
+
+private:
+    Git& git_;
+    HANDLE process_;
 };
 
 // What opening yields.

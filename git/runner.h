@@ -9,8 +9,11 @@
 #include <git2/oid.h>
 #include <windows.h>
 
+#include <array>
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,6 +21,12 @@
 namespace git {
 
 enum class Stream { Output = 0, Error = 1 };
+
+// What stands in front of the arguments of every command.
+inline constexpr std::wstring_view COMMAND_PREFIX = L"git --no-pager ";
+// The longest arguments that Windows can pass on: a command line has at most 32,767 characters with
+// its terminating zero.
+inline constexpr std::size_t MAX_ARGUMENTS_LENGTH = 32767 - 1 - COMMAND_PREFIX.size();
 
 // The outcome of one plain command.
 struct CommandResult {
@@ -40,6 +49,11 @@ struct RunningGit {
     win32::KernelHandle thread;
     std::uint32_t process_id = 0;
     std::uint32_t thread_id = 0;
+    // By Stream: what was read of a stream while the other one was wanted, so that a child that
+    // prints much on both never stalls. It comes first when this stream is wanted.
+    std::array<std::string, 2> read_beside;
+    // When the process was first seen to have ended.
+    std::optional<std::chrono::steady_clock::time_point> ended_at;
 };
 
 // Whether "git.exe" is found on the search path.
@@ -49,22 +63,32 @@ bool is_git_available();
 // quote after two backslashes cannot be carried: see is_carried.
 std::wstring quote_argument(std::wstring_view text);
 
-// Whether the command line "git --no-pager " + `arguments` splits, by the rules of Windows, into
-// exactly "git", "--no-pager" and `words`.
+// Whether the command line "git --no-pager " + `arguments` splits into exactly "git", "--no-pager"
+// and `words`, both by the rules of Windows and by those of the C run-time library, which differ for
+// two quotes in a row.
 bool is_carried(std::wstring_view arguments, const std::vector<std::wstring>& words);
 
+// Too long arguments fail before anything starts.
 Result<RunningGit> start_git(std::wstring_view arguments,
                              const std::filesystem::path& working_directory);
 
 // Appends what one blocking read of at most 65,536 bytes gives; 0 bytes at the end of the stream.
+Result<std::size_t> read_chunk(HANDLE pipe, std::string& buffer, const Git::Run& run);
 Result<std::size_t> read_chunk(HANDLE pipe, std::string& buffer, Git& git);
-// The whole of one stream, until the child has ended.
+// The whole of one stream, until the child has ended. What something else that still holds the pipe
+// writes later than a second after that end is not waited for.
+Result<std::string> read_all(RunningGit& running, Stream stream, const Git::Run& run);
 Result<std::string> read_all(RunningGit& running, Stream stream, Git& git);
-// Standard output as one full hash a line.
+// Standard output as one full hash a line; an unfinished last line is dropped.
+Result<std::vector<git_oid>> read_object_ids(RunningGit& running, const Git::Run& run);
 Result<std::vector<git_oid>> read_object_ids(RunningGit& running, Git& git);
 
 bool is_running(const RunningGit& running);
+// 0 when Windows does not tell.
 std::uint32_t exit_code(const RunningGit& running);
+
+// Why a run that shutdown() or cancel() ended has no result.
+Error run_was_ended();
 
 // One whole run in `working_directory`. `arguments` go after "git --no-pager " as they stand.
 CommandResult run_git(std::wstring arguments, const std::filesystem::path& working_directory,

@@ -1,0 +1,132 @@
+#include "git/git.h"
+
+#include "git/handles.h"
+#include "win32/text.h"
+
+#include <utility>
+
+namespace git {
+
+Git::~Git()
+{
+    shutdown();
+}
+
+void Git::shutdown() noexcept
+{
+    const std::lock_guard guard(lock_);
+    shut_down_ = true;
+    end_registered();
+}
+
+void Git::cancel() noexcept
+{
+    const std::lock_guard guard(lock_);
+    end_registered();
+}
+
+// The sets are left as they are: the threads that own the handles take them out as they unwind.
+void Git::end_registered() noexcept
+{
+    ++cancellations_;
+    for (const HANDLE pipe : reading_pipes_)
+        CancelIoEx(pipe, nullptr);
+    for (const HANDLE process : running_processes_)
+        TerminateProcess(process, 0);
+}
+
+bool Git::is_shut_down() const noexcept
+{
+    const std::lock_guard guard(lock_);
+    return shut_down_;
+}
+
+Git::Run::Run(Git& git) noexcept : git_(git)
+{
+    const std::lock_guard guard(git_.lock_);
+    cancellations_at_start_ = git_.cancellations_;
+}
+
+bool Git::Run::was_ended() const noexcept
+{
+    const std::lock_guard guard(git_.lock_);
+    return was_ended_locked();
+}
+
+bool Git::Run::was_ended_locked() const noexcept
+{
+    return git_.shut_down_ || git_.cancellations_ != cancellations_at_start_;
+}
+
+Git::ReadScope::ReadScope(const Run& run, HANDLE pipe)
+    : git_(run.git_), pipe_(pipe), registered_(false)
+{
+    const std::lock_guard guard(git_.lock_);
+    if (run.was_ended_locked())
+        return;
+    git_.reading_pipes_.insert(pipe_);
+    registered_ = true;
+}
+
+Git::ReadScope::~ReadScope()
+{
+    if (!registered_)
+        return;
+    const std::lock_guard guard(git_.lock_);
+    git_.reading_pipes_.erase(pipe_);
+}
+
+Git::RunScope::RunScope(const Run& run, HANDLE process) : git_(run.git_), process_(process)
+{
+    const std::lock_guard guard(git_.lock_);
+    if (run.was_ended_locked())
+        TerminateProcess(process_, 0);
+    else
+        git_.running_processes_.insert(process_);
+}
+
+Git::RunScope::~RunScope()
+{
+    const std::lock_guard guard(git_.lock_);
+    git_.running_processes_.erase(process_);
+}
+
+void git_repository_deleter(git_repository* repository) noexcept
+{
+    git_repository_free(repository);
+}
+
+Result<std::optional<std::filesystem::path>> discover_repository(std::string_view path)
+{
+    if (path.empty())
+        return std::nullopt;
+    constexpr int across_file_systems = 0;
+    Buffer found;
+    const int code = git_repository_discover(found.get(), std::string(path).c_str(),
+                                             across_file_systems, nullptr);
+    if (code == GIT_ENOTFOUND)
+        return std::nullopt;
+    if (code != 0)
+        return tl::unexpected(error_from_libgit2());
+    return normalize_repository_path(win32::to_wide(found.text()));
+}
+
+Result<Repository> open_repository(std::filesystem::path path)
+{
+    git_repository* opened = nullptr;
+    if (git_repository_open(&opened, win32::to_utf8(path.native()).c_str()) != 0)
+        return tl::unexpected(error_from_libgit2());
+    return Repository{{opened, git_repository_deleter}, std::move(path)};
+}
+
+std::filesystem::path normalize_repository_path(std::filesystem::path path)
+{
+    path = path.lexically_normal().make_preferred();
+    if (!path.has_filename())
+        path = path.parent_path();
+    if (path.filename() == L".git")
+        path = path.parent_path();
+    return path;
+}
+
+}  // namespace git
