@@ -1,0 +1,20 @@
+// Waiting for something that window messages bring about.
+#pragma once
+
+#include <chrono>
+#include <functional>
+
+namespace support {
+
+// Long enough for a slow machine under load: a test that passes never waits as long.
+inline constexpr std::chrono::milliseconds pump_deadline = std::chrono::seconds(20);
+
+// Dispatches the messages of this thread until the condition holds, which is asked before the first
+// message and after each, and returns whether it held before the deadline.
+bool pump_until(const std::function<bool()>& condition,
+                std::chrono::milliseconds deadline = pump_deadline);
+
+// Dispatches the messages that wait in this thread's queue now, and those that they lead to.
+void pump_waiting();
+
+}  // namespace support
