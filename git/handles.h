@@ -35,6 +35,7 @@ using PathspecMatches = Owned<git_pathspec_match_list, git_pathspec_match_list_f
 using Revwalk = Owned<git_revwalk, git_revwalk_free>;
 using Remote = Owned<git_remote, git_remote_free>;
 using Submodule = Owned<git_submodule, git_submodule_free>;
+using Config = Owned<git_config, git_config_free>;
 using StatusList = Owned<git_status_list, git_status_list_free>;
 
 // A buffer that libgit2 fills.

@@ -310,14 +310,20 @@ std::wstring quote_argument(std::wstring_view text)
     return quoted;
 }
 
-bool is_carried(std::wstring_view arguments, const std::vector<std::wstring>& words)
+std::optional<std::vector<std::wstring>> split_arguments(std::wstring_view arguments)
 {
-    std::vector<std::wstring> meant{L"git", L"--no-pager"};
-    meant.insert(meant.end(), words.begin(), words.end());
     std::wstring command_line(COMMAND_PREFIX);
     command_line += arguments;
-    return split_as_windows(command_line) == meant &&
-           split_as_run_time_library(command_line) == meant;
+    std::vector<std::wstring> words = split_as_windows(command_line);
+    if (words.size() < 2 || words != split_as_run_time_library(command_line))
+        return std::nullopt;
+    words.erase(words.begin(), words.begin() + 2);
+    return words;
+}
+
+bool is_carried(std::wstring_view arguments, const std::vector<std::wstring>& words)
+{
+    return split_arguments(arguments) == words;
 }
 
 Result<RunningGit> start_git(std::wstring_view arguments,

@@ -63,9 +63,11 @@ bool is_git_available();
 // quote after two backslashes cannot be carried: see is_carried.
 std::wstring quote_argument(std::wstring_view text);
 
-// Whether the command line "git --no-pager " + `arguments` splits into exactly "git", "--no-pager"
-// and `words`, both by the rules of Windows and by those of the C run-time library, which differ for
-// two quotes in a row.
+// The words that a program finds after "git --no-pager" when its arguments are these. Nothing where
+// the rules of Windows and those of the C run-time library, which differ for two double quotes in a
+// row, do not lead to the same words.
+std::optional<std::vector<std::wstring>> split_arguments(std::wstring_view arguments);
+// Whether these are exactly `words`.
 bool is_carried(std::wstring_view arguments, const std::vector<std::wstring>& words);
 
 // Too long arguments fail before anything starts.

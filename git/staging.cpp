@@ -1,0 +1,170 @@
+#include "git/commands.h"
+
+#include "git/handles.h"
+#include "win32/long_path.h"
+#include "win32/text.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <utility>
+
+namespace git {
+
+namespace {
+
+Error of_path(const std::string& path, const Error& error)
+{
+    return Error::own(fmt::format("{}: {}", path, to_utf8(error)));
+}
+
+// One repository with its index, opened for one staging.
+class Staging {
+public:
+    static Result<Staging> open(const std::filesystem::path& workdir)
+    {
+        Result<Repository> repository = open_repository(workdir);
+        if (!repository)
+            return tl::unexpected(std::move(repository).error());
+        git_index* index = nullptr;
+        git_config* config = nullptr;
+        if (git_repository_index(&index, repository->handle.get()) != 0)
+            return tl::unexpected(error_from_libgit2());
+        Index owned_index(index);
+        if (git_repository_config_snapshot(&config, repository->handle.get()) != 0)
+            return tl::unexpected(error_from_libgit2());
+        return Staging(std::move(*repository), std::move(owned_index), Config(config));
+    }
+
+    // Whether no file is at the path any more; a folder may have taken its place.
+    [[nodiscard]] bool is_gone(const std::string& path) const
+    {
+        const std::filesystem::path file =
+            win32::long_path(repository_.path / win32::to_wide(path));
+        const DWORD attributes = GetFileAttributesW(file.c_str());
+        if (attributes == INVALID_FILE_ATTRIBUTES)
+            return GetLastError() == ERROR_FILE_NOT_FOUND || GetLastError() == ERROR_PATH_NOT_FOUND;
+        if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+            return false;
+        std::size_t position = 0;
+        return git_index_find(&position, index_.get(), path.c_str()) == 0 &&
+               git_index_get_byindex(index_.get(), position)->mode != GIT_FILEMODE_COMMIT &&
+               (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
+    }
+
+    // Whether the file's attributes ask for a conversion that libgit2 does not do.
+    [[nodiscard]] Result<bool> needs_git(const std::string& path) const
+    {
+        std::array names{"filter", "working-tree-encoding"};
+        std::array<const char*, names.size()> values{};
+        if (git_attr_get_many(values.data(), repository_.handle.get(),
+                              GIT_ATTR_CHECK_FILE_THEN_INDEX, path.c_str(), names.size(),
+                              names.data()) != 0)
+            return tl::unexpected(error_from_libgit2());
+        const auto [filter, encoding] = values;
+        if (git_attr_value(encoding) == GIT_ATTR_VALUE_STRING)
+            return true;
+        return git_attr_value(filter) == GIT_ATTR_VALUE_STRING && is_configured(filter);
+    }
+
+    [[nodiscard]] int add(const std::string& path) const
+    {
+        return git_index_add_bypath(index_.get(), path.c_str());
+    }
+
+    [[nodiscard]] int remove(const std::string& path) const
+    {
+        return git_index_remove_bypath(index_.get(), path.c_str());
+    }
+
+    [[nodiscard]] int write() const { return git_index_write(index_.get()); }
+
+private:
+    Staging(Repository repository, Index index, Config config)
+        : repository_(std::move(repository)), index_(std::move(index)), config_(std::move(config))
+    {
+    }
+
+    [[nodiscard]] bool is_configured(std::string_view filter) const
+    {
+        for (const std::string_view key : {"clean", "process"}) {
+            const char* value = nullptr;
+            const std::string name = fmt::format("filter.{}.{}", filter, key);
+            if (git_config_get_string(&value, config_.get(), name.c_str()) == 0)
+                return true;
+        }
+        return false;
+    }
+
+    Repository repository_;
+    Index index_;
+    Config config_;
+};
+
+// Stages what libgit2 can stage and writes the index once; returns the paths that are left to git.
+Result<std::vector<std::string>> stage_in_index(const Staging& staging, const Git::Run& run,
+                                                const std::vector<std::string>& paths)
+{
+    // What is gone goes first: a folder may have come where a file was, or the other way round.
+    std::vector<const std::string*> present;
+    for (const std::string& path : paths) {
+        if (!staging.is_gone(path))
+            present.push_back(&path);
+        else if (staging.remove(path) != 0)
+            return tl::unexpected(of_path(path, error_from_libgit2()));
+    }
+    std::vector<std::string> left;
+    for (const std::string* path : present) {
+        if (run.was_ended())
+            return tl::unexpected(run_was_ended());
+        const Result<bool> needs_git = staging.needs_git(*path);
+        if (!needs_git)
+            return tl::unexpected(of_path(*path, needs_git.error()));
+        if (*needs_git)
+            left.push_back(*path);
+        else if (staging.add(*path) != 0)
+            return tl::unexpected(of_path(*path, error_from_libgit2()));
+    }
+    if (left.size() < paths.size() && staging.write() != 0)
+        return tl::unexpected(error_from_libgit2());
+    return left;
+}
+
+}  // namespace
+
+CommandResult stage_paths(const CommandContext& context, const std::vector<std::wstring>& paths)
+{
+    CommandResult result{L"add", {}, false};
+    std::vector<std::string> utf8_paths;
+    for (const std::wstring& path : paths) {
+        result.command += L' ' + path;
+        utf8_paths.push_back(win32::to_utf8(path));
+        // An untracked repository is listed as a folder, with a slash at the end.
+        if (utf8_paths.back().ends_with('/'))
+            utf8_paths.back().pop_back();
+    }
+
+    const Git::Run run(context.git);
+    const LibraryScope library;
+    const auto left = Staging::open(context.workdir).and_then([&](const Staging& staging) {
+        return stage_in_index(staging, run, utf8_paths);
+    });
+    if (!left) {
+        result.output = to_utf8(left.error());
+        return result;
+    }
+    for (const std::string& path : *left) {
+        if (run.was_ended()) {
+            result.output = to_utf8(run_was_ended());
+            return result;
+        }
+        const CommandResult added = add_path(context, win32::to_wide(path));
+        result.output += added.ok ? added.output : fmt::format("{}: {}", path, added.output);
+        if (!added.ok)
+            return result;
+    }
+    result.ok = true;
+    return result;
+}
+
+}  // namespace git
