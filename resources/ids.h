@@ -23,6 +23,34 @@
 #define IDS_BRANCH_TIP 117
 #define IDS_REFERENCES_HEADING 122
 #define IDS_DELETE_BRANCH_QUESTION 128
+// Of the panel; {} is a place for a value.
+#define IDS_COMMIT_PLACEHOLDER 1000     // in the empty commit box: "Message (Ctrl+Enter commits)"
+#define IDS_STAGED_EMPTY 1001           // "Nothing is staged"
+#define IDS_CHANGES_EMPTY 1002          // "No changes"
+#define IDS_BRANCHES_EMPTY 1003         // "No branches yet"
+#define IDS_REPOSITORY_GONE 1004        // {} folder: "The repository in {} is no longer there."
+#define IDS_CANNOT_OPEN 1005            // heading of a reason: "The folder cannot be shown."
+#define IDS_NO_REPOSITORY_IN 1006       // {} folder: "There is no git repository in {}."
+#define IDS_BARE_REPOSITORY 1007        // {} folder: it has no working tree to show
+#define IDS_NOTHING_TO_COMMIT 1008      // "There is nothing to commit: no file has changed."
+#define IDS_NOTHING_STAGED 1009         // changes, but none is staged: what to do
+#define IDS_MESSAGE_TOO_LONG 1010       // {} characters it has, {} that fit: nothing was committed
+#define IDS_NO_REMOTE 1011              // "This repository has no remote."
+#define IDS_NO_WEB_ADDRESS 1012         // {} address of a remote that no browser opens
+#define IDS_DISCARD_ONE 1013            // {} path: "Discard the changes of {}?"
+#define IDS_DISCARD_MANY 1014           // {} count: "Discard the changes of {} files?"
+#define IDS_DISCARD_LOSS 1015           // "They cannot be brought back."
+#define IDS_DISCARD_NEW_ONE 1016        // {} path, a new file: "Delete the new file {}?"
+#define IDS_DISCARD_NEW_COUNT 1017      // {} count of new files among them, which are deleted
+#define IDS_DISCARD_BUTTON 1018         // "&Discard"
+#define IDS_DISCARD_TITLE 1019          // title of the question: "Discard changes"
+#define IDS_PUBLISH 1020                // the push button without an upstream: "P&ublish"
+#define IDS_PULL_TIP 1021               // {} upstream: "Pull from {}"
+#define IDS_PUSH_TIP 1022               // {} upstream: "Push to {}"
+#define IDS_PUBLISH_TIP 1023            // {} branch: "Push {} to the remote for the first time"
+#define IDS_NO_UPSTREAM_TIP 1024        // of pull: "The branch has no upstream to pull from"
+#define IDS_CANCELLED 1025              // in the status bar: "Cancelled"
+#define IDS_STATUS_TOO_SLOW 1026        // {} seconds after which the status command was ended
 
 // Dialogs and menus.
 #define IDM_COMMIT_LIST 114
@@ -50,12 +78,13 @@
 #define IDC_PUSH 1041
 #define IDC_STAGED_LIST 1052
 #define IDC_CHANGES_LIST 1053
-#define IDC_PROGRESS 41000
+#define IDC_PROGRESS 41000  // a progress bar that moves without a measure
+// Headings of the lists: push buttons, which the panel draws itself. The branches' folds its list.
 #define IDC_STAGED_HEADING 41001
 #define IDC_CHANGES_HEADING 41002
 #define IDC_BRANCHES_HEADING 41003
 #define IDC_BRANCHES_LIST 41004
-#define IDC_EMPTY_TEXT 41005
+#define IDC_EMPTY_TEXT 41005  // static text, centred: what to do while no repository is open
 
 // The output window and other dialogs.
 #define IDC_OUTPUT_TEXT 1051
