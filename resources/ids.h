@@ -79,7 +79,8 @@
 #define IDC_STAGED_LIST 1052
 #define IDC_CHANGES_LIST 1053
 #define IDC_PROGRESS 41000  // a progress bar that moves without a measure
-// Headings of the lists: push buttons, which the panel draws itself. The branches' folds its list.
+// Headings of the lists, which the panel draws itself: static texts right before their lists in the
+// tab order, so that their access keys lead there, and a push button that folds the branches.
 #define IDC_STAGED_HEADING 41001
 #define IDC_CHANGES_HEADING 41002
 #define IDC_BRANCHES_HEADING 41003
