@@ -2,8 +2,7 @@
 #pragma once
 
 #include "git/git.h"
-
-#include <BS_thread_pool.hpp>
+#include "win32/thread_pool.h"
 
 #include <chrono>
 #include <initializer_list>

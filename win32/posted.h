@@ -15,7 +15,8 @@ template <typename T>
 bool post_owned(HWND window, UINT message, std::unique_ptr<T> payload) noexcept
 {
     // Posting to a null window reaches the thread's own queue and "succeeds": nobody would free it.
-    if (window == nullptr || !PostMessageW(window, message, reinterpret_cast<WPARAM>(payload.get()), 0))
+    if (window == nullptr ||
+        !PostMessageW(window, message, reinterpret_cast<WPARAM>(payload.get()), 0))
         return false;
     (void)payload.release();
     return true;
@@ -34,6 +35,9 @@ template <typename T>
 template <typename T>
 void drain_owned(HWND window, UINT message) noexcept
 {
+    // A null window would mean every message of the thread.
+    if (window == nullptr)
+        return;
     MSG waiting{};
     while (PeekMessageW(&waiting, window, message, message, PM_REMOVE | PM_NOYIELD))
         (void)take_owned<T>(waiting.wParam);

@@ -1,7 +1,7 @@
 // One place for background work of one kind on a thread pool that several kinds share.
 #pragma once
 
-#include <BS_thread_pool.hpp>
+#include "win32/thread_pool.h"
 
 #include <functional>
 #include <memory>
