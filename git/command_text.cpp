@@ -105,9 +105,10 @@ FilledCommand fill(const CommandTemplate& command, std::initializer_list<std::ws
 
 std::string not_carried(std::wstring_view text)
 {
-    return fmt::format("Nothing was run, since the quotes, backslashes or spaces in this text would "
-                       "not reach git unchanged: {}",
-                       win32::to_utf8(text));
+    return fmt::format(
+        "Nothing was run, since the quotes, backslashes or spaces in this text would "
+        "not reach git unchanged: {}",
+        win32::to_utf8(text));
 }
 
 CommandResult run_command(const CommandContext& context, const CommandTemplate& command,

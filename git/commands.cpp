@@ -114,8 +114,8 @@ CommandResult unstage(const CommandContext& context, const std::vector<std::wstr
     for (std::wstring& arguments : unstage_runs(paths)) {
         if (whole.was_ended())
             return {std::move(result.command), to_utf8(run_was_ended()), false};
-        const CommandResult part = run_git(std::move(arguments), context.workdir,
-                                           table::UNSTAGE.stream(), context.git);
+        const CommandResult part =
+            run_git(std::move(arguments), context.workdir, table::UNSTAGE.stream(), context.git);
         result.output += part.output;
         result.ok = part.ok;
         if (!result.ok)

@@ -37,7 +37,8 @@ CommandResult checkout_branch(const CommandContext& context, std::wstring_view b
 CommandResult create_branch(const CommandContext& context, std::wstring_view name,
                             std::wstring_view start_point);
 CommandResult delete_branch(const CommandContext& context, std::wstring_view branch);
-CommandResult delete_remote_tracking_branch(const CommandContext& context, std::wstring_view branch);
+CommandResult delete_remote_tracking_branch(const CommandContext& context,
+                                            std::wstring_view branch);
 CommandResult delete_branch_on_remote(const CommandContext& context, std::wstring_view remote,
                                       std::wstring_view branch);
 CommandResult update_submodule(const CommandContext& context, std::wstring_view path);

@@ -69,16 +69,17 @@ std::optional<std::string> checkout_refusal(git_repository* repository, std::wst
         return std::nullopt;
     const std::string utf8 = win32::to_utf8(path);
     if (path.starts_with(L':'))
-        return fmt::format("Nothing was discarded, since git would not read this path as a name: {}",
-                           utf8);
+        return fmt::format(
+            "Nothing was discarded, since git would not read this path as a name: {}", utf8);
     const Result<std::optional<std::string>> other = other_changed_file(repository, utf8);
     if (!other)
         return to_utf8(other.error());
     if (!*other)
         return std::nullopt;
-    return fmt::format("Nothing was discarded, since git would read {} as a pattern and discard the "
-                       "changes of {} as well.",
-                       utf8, **other);
+    return fmt::format(
+        "Nothing was discarded, since git would read {} as a pattern and discard the "
+        "changes of {} as well.",
+        utf8, **other);
 }
 
 // The error code of Windows, ERROR_SUCCESS when the file is gone.

@@ -109,11 +109,10 @@ std::string to_utf8(const Error& error)
 {
     if (!error.text())
         return std::string(EMPTY_ERROR);
-    return std::visit(
-        Overloaded{[](const std::string& own) { return own; },
-                   [](const std::wstring& system) { return win32::to_utf8(system); },
-                   [](const Error::Libgit2& record) { return record.message; }},
-        *error.text());
+    return std::visit(Overloaded{[](const std::string& own) { return own; },
+                                 [](const std::wstring& system) { return win32::to_utf8(system); },
+                                 [](const Error::Libgit2& record) { return record.message; }},
+                      *error.text());
 }
 
 void check_libgit2(int code)

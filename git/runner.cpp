@@ -10,11 +10,9 @@
 
 #include <algorithm>
 #include <atomic>
-#include <condition_variable>
 #include <functional>
 #include <mutex>
 #include <new>
-#include <stop_token>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -32,8 +30,8 @@ constexpr DWORD END_WAIT_MS = 5;
 // How long a stream is read on after the child has ended because something else still holds it.
 constexpr auto ABANDONED_AFTER = 1s;
 // The pauses between two looks at the stream that is not wanted: they grow while nothing comes.
-constexpr auto SHORTEST_PAUSE = 1ms;
-constexpr auto LONGEST_PAUSE = 32ms;
+constexpr DWORD SHORTEST_PAUSE_MS = 1;
+constexpr DWORD LONGEST_PAUSE_MS = 32;
 
 // A hash in text form and its line feed.
 constexpr std::size_t RECORD_SIZE = GIT_OID_SHA1_HEXSIZE + 1;
@@ -94,30 +92,45 @@ bool read_available(HANDLE pipe, std::string& text)
 // once nothing more may be waited for.
 class ReadCompanion {
 public:
-    // `running` and `run` outlive it; of `running` only the other stream's part is touched.
+    // `running` and `run` outlive it; of `running` only the other stream's part is touched. Throws
+    // std::system_error when Windows has no thread or no event to give.
     ReadCompanion(RunningGit& running, Stream stream, const Git::Run& run)
         : running_(running), pipe_(pipe_of(running, stream)), other_(other_than(stream)), run_(run),
-          thread_([this](const std::stop_token& stop) { stand_by(stop); })
+          stop_(create_event()), thread_([this] { stand_by(); })
     {
     }
+    ~ReadCompanion()
+    {
+        SetEvent(stop_.get());
+        thread_.join();
+    }
+    ReadCompanion(const ReadCompanion&) = delete;
+    ReadCompanion& operator=(const ReadCompanion&) = delete;
 
     // The child ended a while ago and something else still holds the pipe.
     [[nodiscard]] bool is_abandoned() const noexcept { return abandoned_; }
 
 private:
-    void stand_by(const std::stop_token& stop)
+    static win32::KernelHandle create_event()
     {
-        auto pause = SHORTEST_PAUSE;
-        std::unique_lock lock(mutex_);
-        while (!stop.stop_requested()) {
-            pause = empty_other_stream() ? SHORTEST_PAUSE : std::min(pause * 2, LONGEST_PAUSE);
+        win32::KernelHandle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+        if (!event)
+            throw std::system_error(static_cast<int>(GetLastError()), std::system_category());
+        return event;
+    }
+
+    void stand_by()
+    {
+        DWORD pause = SHORTEST_PAUSE_MS;
+        do {
+            pause =
+                empty_other_stream() ? SHORTEST_PAUSE_MS : std::min(pause * 2, LONGEST_PAUSE_MS);
             look_at_the_end();
             // Repeated until the reader is through: the first call may have come just before it
             // entered its read.
             if (abandoned_ || run_.was_ended())
                 CancelIoEx(pipe_, nullptr);
-            stopped_.wait_for(lock, stop, pause, [] { return false; });
-        }
+        } while (WaitForSingleObject(stop_.get(), pause) == WAIT_TIMEOUT);
     }
 
     void look_at_the_end() noexcept
@@ -146,9 +159,8 @@ private:
     Stream other_;
     const Git::Run& run_;
     std::atomic<bool> abandoned_ = false;
-    std::mutex mutex_;
-    std::condition_variable_any stopped_;
-    std::jthread thread_;  // last: it uses the others, and is stopped and joined before they go
+    win32::KernelHandle stop_;
+    std::thread thread_;  // last: it uses the others
 };
 
 using OnChunk = std::function<Result<void>()>;
@@ -358,9 +370,10 @@ Result<RunningGit> start_git(std::wstring_view arguments,
         CreateProcessW(nullptr, command_line.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW,
                        nullptr, working_directory.c_str(), &startup, &started);
     if (!ok)
-        return tl::unexpected(Error::system(fmt::format(
-            L"Could not start git. Make sure git is installed and callable from Command Prompt.\n{}",
-            windows_error_text(GetLastError()))));
+        return tl::unexpected(
+            Error::system(fmt::format(L"Could not start git. Make sure git is installed and "
+                                      L"callable from Command Prompt.\n{}",
+                                      windows_error_text(GetLastError()))));
 
     RunningGit running;
     running.stdout_read = std::move(output->read_end);

@@ -1,5 +1,4 @@
 #include "git/commands.h"
-
 #include "git/handles.h"
 #include "win32/long_path.h"
 #include "win32/text.h"
