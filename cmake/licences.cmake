@@ -38,4 +38,5 @@ add_custom_command(
     COMMAND "${CMAKE_COMMAND}" -E copy "${CMAKE_BINARY_DIR}/THIRD-PARTY.txt" "${REVLANE_DIST}"
     DEPENDS "${CMAKE_BINARY_DIR}/THIRD-PARTY.txt"
     VERBATIM)
-add_custom_target(third_party_licences ALL DEPENDS "${REVLANE_DIST}/THIRD-PARTY.txt")
+add_custom_target(dist_licences DEPENDS "${REVLANE_DIST}/THIRD-PARTY.txt")
+add_dependencies(dist dist_licences)

@@ -9,22 +9,33 @@ function(revlane_library name)
     target_link_libraries(${name} PUBLIC deps::headers ${room_DEPENDS})
 endfunction()
 
+# Everything that dist/ holds; the library targets add themselves.
+add_custom_target(dist ALL)
+
 # revlane_dist(TARGET [FOLDER])
-# Puts the library that TARGET builds into dist/, or a folder in it, after each link, without its
-# debug information.
+# Puts the library that TARGET builds into dist/, or a folder in it, without its debug information.
 function(revlane_dist target)
     set(folder "${REVLANE_DIST}")
     if(ARGC GREATER 1)
         string(APPEND folder "/${ARGV1}")
     endif()
-    if(MINGW)
-        set(copy "${CMAKE_STRIP}" --strip-all -o "${folder}/$<TARGET_FILE_NAME:${target}>"
-            "$<TARGET_FILE:${target}>")
-    else()
-        set(copy "${CMAKE_COMMAND}" -E copy_if_different "$<TARGET_FILE:${target}>" "${folder}")
+    get_target_property(name ${target} OUTPUT_NAME)
+    if(NOT name)
+        set(name ${target})
     endif()
-    add_custom_command(TARGET ${target} POST_BUILD
+    set(product "${folder}/${name}${CMAKE_SHARED_LIBRARY_SUFFIX}")
+    if(MINGW)
+        set(copy "${CMAKE_STRIP}" --strip-all -o "${product}" "$<TARGET_FILE:${target}>")
+    else()
+        set(copy "${CMAKE_COMMAND}" -E copy "$<TARGET_FILE:${target}>" "${product}")
+    endif()
+    # A command of its own and not a step after the link: a dist/ that was deleted comes back.
+    add_custom_command(
+        OUTPUT "${product}"
         COMMAND "${CMAKE_COMMAND}" -E make_directory "${folder}"
         COMMAND ${copy}
+        DEPENDS ${target}
         VERBATIM)
+    add_custom_target(dist_${target} DEPENDS "${product}")
+    add_dependencies(dist dist_${target})
 endfunction()
