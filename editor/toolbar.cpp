@@ -1,0 +1,166 @@
+#include "editor/toolbar.h"
+
+#include "editor/resources/ids.h"
+#include "plugin/host/messages.h"
+
+#include <array>
+#include <utility>
+
+namespace quorrel {
+
+namespace {
+
+// Flags of QUERY_BITMAP and QUERY_MASK_COLOR.
+constexpr WPARAM BITMAP_FOR_TOOLBAR = 0x1;
+constexpr WPARAM BITMAP_WITH_ALPHA = 0x20;
+constexpr WPARAM BITMAP_LARGEST = 0x100;  // for images of 32 pixels
+constexpr WPARAM BITMAP_LARGE = 0x200;    // for images of 24 pixels
+// Answer to QUERY_MASK_COLOR: the bitmap has an alpha channel in place of a colour that is left out.
+constexpr LRESULT NO_MASK_COLOR = -1;
+
+struct Size {
+    int pixels;
+    WORD strip;
+    WPARAM flags;
+};
+constexpr std::array<Size, 3> SIZES{{
+    {16, IDB_EDITOR_TOOLBAR_16, 0},
+    {24, IDB_EDITOR_TOOLBAR_24, BITMAP_LARGE},
+    {32, IDB_EDITOR_TOOLBAR_32, BITMAP_LARGEST},
+}};
+
+// The first size that is not too small.
+const Size& size_for(int pixels)
+{
+    for (const Size& size : SIZES) {
+        if (size.pixels >= pixels)
+            return size;
+    }
+    return SIZES.back();
+}
+
+win32::UniqueHandle<HBITMAP, ::DeleteObject> load_bitmap(HINSTANCE module, UINT id, int width,
+                                                         int height)
+{
+    return win32::UniqueHandle<HBITMAP, ::DeleteObject>(
+        static_cast<HBITMAP>(LoadImageW(module, MAKEINTRESOURCEW(id), IMAGE_BITMAP, width, height,
+                                        LR_CREATEDIBSECTION)));
+}
+
+}  // namespace
+
+Toolbar::Toolbar(HWND frame)
+    : window_(create_child(TOOLBARCLASSNAMEW,
+                           WS_VISIBLE | CCS_NODIVIDER | TBSTYLE_FLAT | TBSTYLE_LIST |
+                               TBSTYLE_TOOLTIPS,
+                           frame, nullptr))
+{
+    SendMessageW(window_, TB_BUTTONSTRUCTSIZE, sizeof(TBBUTTON), 0);
+    // A text that is not shown beside the image is shown as a tooltip.
+    SendMessageW(window_, TB_SETEXTENDEDSTYLE, 0, TBSTYLE_EX_MIXEDBUTTONS);
+    on_dpi();
+
+    struct Button {
+        int command;
+        const wchar_t* text;
+    };
+    constexpr std::array<Button, 3> BUTTONS{{{QUORREL_FILE_NEW, L"New (Ctrl+N)"},
+                                             {QUORREL_FILE_OPEN, L"Open (Ctrl+O)"},
+                                             {QUORREL_FILE_SAVE, L"Save (Ctrl+S)"}}};
+    int image = 0;
+    for (const Button& each : BUTTONS) {
+        TBBUTTON button{};
+        button.iBitmap = image++;
+        button.idCommand = each.command;
+        button.fsState = TBSTATE_ENABLED;
+        button.fsStyle = BTNS_BUTTON | BTNS_AUTOSIZE;
+        button.iString = reinterpret_cast<INT_PTR>(each.text);
+        SendMessageW(window_, TB_ADDBUTTONSW, 1, reinterpret_cast<LPARAM>(&button));
+    }
+}
+
+void Toolbar::on_dpi()
+{
+    const UINT dpi = GetDpiForWindow(window_);
+    win32::FontHandle font = interface_font(dpi);
+    SendMessageW(window_, WM_SETFONT, reinterpret_cast<WPARAM>(font.get()), TRUE);
+    font_ = std::move(font);
+
+    const Size& size = size_for(scaled(16, dpi));
+    image_size_ = size.pixels;
+    ImageList images(ImageList_Create(image_size_, image_size_, ILC_COLOR32 | ILC_MASK, 4, 1));
+    ImageList_Add(images.get(), load_bitmap(program(), size.strip, 0, 0).get(), nullptr);
+    SendMessageW(window_, TB_SETIMAGELIST, 0, reinterpret_cast<LPARAM>(images.get()));
+    images_ = std::move(images);
+    SendMessageW(window_, TB_SETPADDING, 0, MAKELPARAM(scaled(8, dpi), scaled(8, dpi)));
+    SendMessageW(window_, TB_AUTOSIZE, 0, 0);
+}
+
+void Toolbar::show_plugin(const PluginLibrary& plugin, HWND view)
+{
+    SendMessageW(window_, TB_DELETEBUTTON,
+                 static_cast<WPARAM>(
+                     SendMessageW(window_, TB_COMMANDTOINDEX, QUORREL_PLUGIN_COMMAND, 0)),
+                 0);
+    plugin_name_ = plugin.name(view);
+    const int image = add_plugin_image(plugin, view);
+    menu_bitmap_ = draw_for_menu(image);
+
+    TBBUTTON button{};
+    button.iBitmap = image >= 0 ? image : I_IMAGENONE;
+    button.idCommand = QUORREL_PLUGIN_COMMAND;
+    button.fsState = TBSTATE_ENABLED;
+    button.fsStyle = BTNS_CHECK | BTNS_AUTOSIZE | BTNS_SHOWTEXT;
+    button.iString = reinterpret_cast<INT_PTR>(plugin_name_.c_str());
+    SendMessageW(window_, TB_ADDBUTTONSW, 1, reinterpret_cast<LPARAM>(&button));
+    SendMessageW(window_, TB_AUTOSIZE, 0, 0);
+}
+
+int Toolbar::add_plugin_image(const PluginLibrary& plugin, HWND view)
+{
+    const WPARAM flags = BITMAP_FOR_TOOLBAR | BITMAP_WITH_ALPHA | size_for(image_size_).flags;
+    UINT id = static_cast<UINT>(plugin.query(view, host::QUERY_BITMAP, flags, 0));
+    if (id == 0)
+        id = plugin.bitmap();
+    const Bitmap bitmap = load_bitmap(plugin.module(), id, image_size_, image_size_);
+    if (!bitmap)
+        return -1;
+    const LRESULT mask = plugin.query(view, host::QUERY_MASK_COLOR, flags, 0);
+    return mask == NO_MASK_COLOR
+               ? ImageList_Add(images_.get(), bitmap.get(), nullptr)
+               : ImageList_AddMasked(images_.get(), bitmap.get(), static_cast<COLORREF>(mask));
+}
+
+Toolbar::Bitmap Toolbar::draw_for_menu(int image) const
+{
+    const win32::IconHandle icon(
+        image >= 0 ? ImageList_GetIcon(images_.get(), image, ILD_NORMAL) : nullptr);
+    if (!icon)
+        return {};
+    // A menu wants the colours multiplied by the alpha, which drawing onto nothing gives.
+    BITMAPINFO info{};
+    info.bmiHeader.biSize = sizeof info.bmiHeader;
+    info.bmiHeader.biWidth = image_size_;
+    info.bmiHeader.biHeight = image_size_;
+    info.bmiHeader.biPlanes = 1;
+    info.bmiHeader.biBitCount = 32;
+    void* bits = nullptr;
+    Bitmap bitmap(CreateDIBSection(nullptr, &info, DIB_RGB_COLORS, &bits, nullptr, 0));
+    const HDC memory = CreateCompatibleDC(nullptr);
+    {
+        const win32::SelectedObject selected(memory, bitmap.get());
+        DrawIconEx(memory, 0, 0, icon.get(), image_size_, image_size_, 0, nullptr, DI_NORMAL);
+    }
+    DeleteDC(memory);
+    return bitmap;
+}
+
+void Toolbar::set_plugin_status(PluginLibrary::Status status)
+{
+    const LRESULT state = (status.enabled ? TBSTATE_ENABLED : 0) |
+                          (status.checked ? TBSTATE_CHECKED : 0);
+    if (SendMessageW(window_, TB_GETSTATE, QUORREL_PLUGIN_COMMAND, 0) != state)
+        SendMessageW(window_, TB_SETSTATE, QUORREL_PLUGIN_COMMAND, state);
+}
+
+}  // namespace quorrel
