@@ -3,8 +3,16 @@
 // and commands from 41000, dialogs and menus from 200, strings from 1000.
 #pragma once
 
-// Own resources of Revlane.dll.
-#define IDB_TOOLBAR_SMALL 120
+// Own resources of Revlane.dll: the symbol for the editor's menu and toolbar, for light and for dark
+// bars, of 16, 24 and 32 pixels. All have 32 bits a pixel and are black where they are transparent, so
+// that they serve an editor that takes black as the mask colour, too. resources/draw_images.py makes
+// them.
+#define IDB_LIGHT_16 120
+#define IDB_LIGHT_32 121
+#define IDB_LIGHT_24 122
+#define IDB_DARK_16 123
+#define IDB_DARK_24 124
+#define IDB_DARK_32 125
 #define IDI_REVLANE 1
 
 // Strings.
@@ -44,13 +52,48 @@
 #define IDS_DISCARD_NEW_COUNT 1017      // {} count of new files among them, which are deleted
 #define IDS_DISCARD_BUTTON 1018         // "&Discard"
 #define IDS_DISCARD_TITLE 1019          // title of the question: "Discard changes"
-#define IDS_PUBLISH 1020                // the push button without an upstream: "P&ublish"
+#define IDS_PUBLISH 1020                // the push button without an upstream: "&Publish"
 #define IDS_PULL_TIP 1021               // {} upstream: "Pull from {}"
 #define IDS_PUSH_TIP 1022               // {} upstream: "Push to {}"
 #define IDS_PUBLISH_TIP 1023            // {} branch: "Push {} to the remote for the first time"
 #define IDS_NO_UPSTREAM_TIP 1024        // of pull: "The branch has no upstream to pull from"
 #define IDS_CANCELLED 1025              // in the status bar: "Cancelled"
 #define IDS_STATUS_TOO_SLOW 1026        // {} seconds after which the status command was ended
+
+// Of the branches; {} is a place for a value.
+#define IDS_DELETE_REMOTE_QUESTION 1050  // {} branch, {} remote
+#define IDS_DELETE 1051                  // button: "&Delete"
+#define IDS_DELETE_TITLE 1052            // title of the question: "Delete branch"
+#define IDS_DELETE_ON_REMOTE_TITLE 1053  // "Delete branch on the remote"
+#define IDS_STASH_KEPT 1054              // {} stash name: the changes are kept in the stash
+#define IDS_STASH_NOT_FOUND 1055         // {} stash name: a stash was made but is not listed
+#define IDS_STASH_NOT_ON_TOP 1056        // {} stash name: another stash came on top, none was dropped
+#define IDS_STAGED_NOT_RESTORED 1057     // {} stash name: some staged changes could not be put back
+#define IDS_CURRENT_BRANCH 1058          // mark of the current branch: "current"
+#define IDS_COMPARE_BRANCHES_TITLE 1059  // {} and {}: title of the list of changed files
+#define IDS_PICKER_FILE 1060             // column: "File"
+#define IDS_PICKER_STATUS 1061           // column: "Status"
+#define IDS_PICKER_EMPTY 1062            // "No file differs"
+#define IDS_STATUS_MODIFIED 1063         // status column of a modified file: "modified"
+// Of the commit history; {} is a place for a value.
+#define IDS_HISTORY_TITLE 1100           // {} folder: title of the window: "{} - Commit history"
+#define IDS_HISTORY_HEADING 1101         // {} folder, {} branch
+#define IDS_HISTORY_COUNT 1102           // {} commits: "{} commits"
+#define IDS_HISTORY_COUNT_ONE 1103       // "1 commit"
+#define IDS_HISTORY_COUNTING 1104        // {} commits so far: "{}+ commits, counting…"
+#define IDS_HISTORY_SEARCHING 1105       // "Searching…"
+#define IDS_HISTORY_FOUND 1106           // {} commits, {} description of the filter
+#define IDS_HISTORY_NOTHING_FOUND 1107   // {} description of the filter
+#define IDS_FILTER_BY_MESSAGE 1108       // {} text: "message “{}”"
+#define IDS_FILTER_BY_AUTHOR 1109        // {} text
+#define IDS_FILTER_BY_ID 1110            // {} text
+#define IDS_FILTER_BY_TAG 1111           // {} text
+#define IDS_FILTER_BY_FILE 1112          // {} path: "history of {}"
+#define IDS_HISTORY_UNBORN 1113          // {} branch: it has no commits yet
+#define IDS_HISTORY_NO_REPOSITORY 1114   // "No repository is open."
+#define IDS_COMMIT_CHANGES_TITLE 1115    // {} short id, {} summary: title of the changed files
+#define IDS_COMPARE_COMMITS_TITLE 1116   // {} and {}: short ids
+#define IDS_COMMIT_NOT_LISTED 1117       // {} short id: it is not in the list
 
 // Dialogs and menus.
 #define IDM_COMMIT_LIST 114
@@ -90,6 +133,30 @@
 // The output window and other dialogs.
 #define IDC_OUTPUT_TEXT 1051
 
+// Of the new branch dialog and the list of changed files.
+#define IDC_BRANCH_NAME 41010
+#define IDC_BRANCH_NAME_LABEL 41011
+#define IDC_CHANGED_FILES 41012
+
+// Of the filter dialog.
+#define IDC_FILTER_TEXT 1045
+#define IDC_FILTER_MESSAGE 1046
+#define IDC_FILTER_AUTHOR 1047
+#define IDC_FILTER_COMMIT_ID 1048
+#define IDC_FILTER_TAG 1049
+
+// Of the history window.
+#define IDC_HISTORY_TITLE 1001
+#define IDC_COMMIT_LIST 1010
+#define IDC_COMMIT_DETAILS 1012
+#define IDC_COMPARE_WITH_PARENT 1015
+#define IDC_FILES_TREE 1017
+#define IDC_FILTER 1043
+#define IDC_CLEAR_FILTER 1044
+#define IDC_HISTORY_BRANCH 41020
+#define IDC_HISTORY_STATE 41021
+#define IDC_HISTORY_EMPTY 41022
+
 // Commands.
 #define ID_UNSTAGE 40057
 #define ID_STAGE 40058
@@ -123,3 +190,16 @@
 #define ID_BRANCHES_REFRESH 40085
 #define ID_BRANCH_DELETE_REMOTE 40118
 #define ID_BRANCHES_COMPARE 7356
+
+// Commit list.
+#define ID_OPEN_COMMIT 40011
+#define ID_COPY_COMMIT_IDS 40014
+#define ID_COPY_COMMITS 40028
+#define ID_COMPARE_COMMITS 40030
+#define ID_COMMITS_REFRESH 40047
+#define ID_COMMIT_CHECKOUT 40088
+#define ID_COMMIT_CREATE_BRANCH 40090
+
+// Files tree of a commit.
+#define ID_COMPARE_TREE_FILE 40019
+#define ID_TREE_FILE_HISTORY 41103
