@@ -73,10 +73,9 @@ Result<Tree> head_tree(git_repository* repository)
     if (code != 0)
         return tl::unexpected(error_from_libgit2());
     const Reference head(found);
-    git_object* tree = nullptr;
-    if (git_reference_peel(&tree, head.get(), GIT_OBJECT_TREE) != 0)
-        return tl::unexpected(error_from_libgit2());
-    return Tree(reinterpret_cast<git_tree*>(tree));
+    return reference_target(head.get())
+        .and_then([&](const git_oid& id) { return lookup_commit(repository, id); })
+        .and_then([](const Commit& commit) { return commit_tree(commit.get()); });
 }
 
 struct Cancellation {

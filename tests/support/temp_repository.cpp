@@ -8,12 +8,12 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <utility>
 
@@ -44,6 +44,20 @@ constexpr std::string_view configuration =
     // A submodule whose remote is a folder is refused otherwise.
     "[protocol \"file\"]\n"
     "\tallow = always\n";
+
+// What every script begins with. The variables that git sets for an alias would tie every command to
+// one repository.
+constexpr std::string_view script_prelude = R"(
+set -eu
+unset $(git rev-parse --local-env-vars)
+now=${GIT_COMMITTER_DATE%% *}
+commit() {
+    now=$((now + 60))
+    export GIT_AUTHOR_DATE="$now +0000"
+    export GIT_COMMITTER_DATE="$now +0000"
+    git commit -q --allow-empty -m "$@"
+}
+)";
 
 // 1 March 2024, 12:00 UTC: where the commit dates begin.
 constexpr std::int64_t first_time = 1709294400;
@@ -114,10 +128,12 @@ void write_bytes(const fs::path& path, std::string_view bytes)
 
 std::string read_bytes(const fs::path& path)
 {
-    std::ifstream file(path, std::ios::binary);
-    if (!file)
+    std::ifstream file(path, std::ios::binary | std::ios::ate);
+    std::string bytes(static_cast<std::size_t>(std::max<std::streamoff>(file.tellg(), 0)), '\0');
+    file.seekg(0);
+    if (!file.read(bytes.data(), static_cast<std::streamsize>(bytes.size())))
         throw std::runtime_error("cannot read " + win32::to_utf8(path.native()));
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    return bytes;
 }
 
 std::int64_t next_time()
@@ -367,20 +383,9 @@ std::string TempRepository::git(const std::vector<std::string>& arguments) const
 
 std::string TempRepository::script(std::string_view lines) const
 {
-    // Git hands an alias that begins with "!" to the shell that it brings along or finds. The
-    // variables that it sets for an alias would tie every command to this one repository.
-    const ScratchFile file(
-        *folder_, fmt::format("set -eu\n"
-                              "unset $(git rev-parse --local-env-vars)\n"
-                              "now=${{GIT_COMMITTER_DATE%% *}}\n"
-                              "commit() {{\n"
-                              "    now=$((now + 60))\n"
-                              "    export GIT_AUTHOR_DATE=\"$now +0000\"\n"
-                              "    export GIT_COMMITTER_DATE=\"$now +0000\"\n"
-                              "    git commit -q --allow-empty -m \"$@\"\n"
-                              "}}\n"
-                              "{}\n",
-                              lines));
+    // Git hands an alias that begins with "!" to the shell that it brings along or finds.
+    std::string text(script_prelude);
+    const ScratchFile file(*folder_, text.append(lines) += '\n');
     return git({"-c", "alias.run-script=!sh " + file.relative_path(), "run-script"});
 }
 
@@ -412,9 +417,10 @@ void TempRepository::remove(std::string_view file) const
 
 std::string TempRepository::commit_all(std::string_view message) const
 {
-    return script("git add -A\n"
-                  "commit " + shell_word(message) + "\n"
-                  "printf %s \"$(git rev-parse HEAD)\"\n");
+    return script(fmt::format("git add -A\n"
+                              "commit {}\n"
+                              "printf %s \"$(git rev-parse HEAD)\"\n",
+                              shell_word(message)));
 }
 
 std::string TempRepository::id_of(std::string_view revision) const
