@@ -3,16 +3,17 @@
 // and commands from 41000, dialogs and menus from 200, strings from 1000.
 #pragma once
 
-// Own resources of Revlane.dll: the symbol for the editor's menu and toolbar, for light and for dark
-// bars, of 16, 24 and 32 pixels. All have 32 bits a pixel and are black where they are transparent, so
-// that they serve an editor that takes black as the mask colour, too. resources/draw_images.py makes
-// them.
-#define IDB_LIGHT_16 120
-#define IDB_LIGHT_32 121
-#define IDB_LIGHT_24 122
-#define IDB_DARK_16 123
-#define IDB_DARK_24 124
-#define IDB_DARK_32 125
+// Own resources of Revlane.dll: the symbol for the editor's menus and toolbars, in colour and plain, of
+// 16, 24 and 32 pixels. An editor that takes bitmaps without a mask colour gets the ones in colour for
+// its toolbar and the plain ones elsewhere, one that takes out black the other way round; all can be
+// seen on light and on dark bars. They have an alpha channel and are black where nothing is drawn.
+// resources/draw_images.py makes them.
+#define IDB_COLOR_16 120
+#define IDB_COLOR_32 121
+#define IDB_COLOR_24 122
+#define IDB_PLAIN_16 123
+#define IDB_PLAIN_24 124
+#define IDB_PLAIN_32 125
 #define IDI_REVLANE 1
 
 // Strings.
