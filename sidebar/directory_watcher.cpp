@@ -127,8 +127,8 @@ void DirectoryWatcher::watch(HWND window, const std::filesystem::path& directory
     ReportThrottle throttle(ReportThrottle::Clock::now());
     const std::array<HANDLE, 2> waits{read.completed(), stop->get()};
     while (read.start()) {
-        const DWORD ended = WaitForMultipleObjects(static_cast<DWORD>(waits.size()), waits.data(),
-                                                   FALSE, INFINITE);
+        const DWORD ended =
+            WaitForMultipleObjects(static_cast<DWORD>(waits.size()), waits.data(), FALSE, INFINITE);
         if (ended != WAIT_OBJECT_0 || !read.succeeded())
             return;
         const std::wstring name = first_changed_name(read.buffer());

@@ -1,0 +1,294 @@
+#include "sidebar/changes_sidebar.h"
+
+#include "changes/end_work.h"
+#include "plugin/host/localized.h"
+#include "plugin/host/settings.h"
+#include "resources/ids.h"
+#include "sidebar/change_rows.h"
+#include "win32/posted.h"
+
+#include <commctrl.h>
+
+#include <utility>
+
+namespace revlane {
+
+namespace {
+
+constexpr UINT BUSY_INTERVAL_MS = 100;
+// A command that ends sooner shows no progress: the bar would only flash.
+constexpr auto PROGRESS_DELAY = std::chrono::milliseconds(250);
+constexpr UINT STAMPS_INTERVAL_MS = 2000;
+
+}  // namespace
+
+ChangesSidebar::ChangesSidebar(HWND host, Abilities abilities)
+    : host_(host), abilities_(abilities), life_(std::make_shared<const char>()),
+      git_(std::make_shared<git::Git>()), pool_(1), reading_pool_(1), changes_(reading_pool_),
+      commands_(pool_, git_), state_slot_(reading_pool_), stamps_slot_(reading_pool_),
+      fetch_context_(std::make_shared<AutoFetcher::Context>()),
+      fetcher_(std::make_shared<git::Git>(), fetch_context_)
+{
+}
+
+ChangesSidebar::~ChangesSidebar()
+{
+    end_all_work();
+    if (dialog_ != nullptr)
+        DestroyWindow(dialog_);
+}
+
+// Nothing that was queued runs any more, and nothing is posted after this.
+void ChangesSidebar::end_all_work() noexcept
+{
+    watcher_.stop();
+    fetcher_.stop();
+    fetcher_.cancel();
+    changes_.cancel();
+    end_work(*git_, {&pool_, &reading_pool_});
+    drain_messages();
+}
+
+void ChangesSidebar::drain_messages() noexcept
+{
+    win32::drain_owned<ChangesResult>(dialog_, WM_REVLANE_CHANGES);
+    win32::drain_owned<std::wstring>(dialog_, WM_REVLANE_OPEN_REPOSITORY);
+    win32::drain_owned<git::CommandResult>(dialog_, WM_REVLANE_COMMAND_RESULT);
+    win32::drain_owned<PanelState>(dialog_, WM_REVLANE_PANEL_STATE);
+    win32::drain_owned<std::wstring>(dialog_, WM_PANEL_COMMITTED);
+    win32::drain_owned<std::wstring>(dialog_, WM_PANEL_REFUSED);
+    win32::drain_owned<StampsRead>(dialog_, WM_PANEL_STAMPS);
+}
+
+win32::Handled ChangesSidebar::handle(const win32::Message& message)
+{
+    return message.id >= WM_APP ? on_posted_message(message) : on_dialog_message(message);
+}
+
+win32::Handled ChangesSidebar::on_dialog_message(const win32::Message& message)
+{
+    switch (message.id) {
+    case WM_INITDIALOG:
+        return on_init(message.window);
+    case WM_COMMAND:
+        return on_command(LOWORD(message.wparam), HIWORD(message.wparam));
+    case WM_NOTIFY:
+    case WM_CONTEXTMENU:
+        return on_list_message(message);
+    case WM_INITMENUPOPUP:
+        if (!abilities_.history)
+            for (const UINT command : {UINT{ID_FILE_HISTORY}, UINT{ID_STAGED_FILE_HISTORY}})
+                RemoveMenu(reinterpret_cast<HMENU>(message.wparam), command, MF_BYCOMMAND);
+        return std::nullopt;
+    case WM_DRAWITEM:
+        return view_.draw_item(*reinterpret_cast<const DRAWITEMSTRUCT*>(message.lparam))
+                   ? win32::Handled(TRUE)
+                   : std::nullopt;
+    case WM_SIZE:
+        view_.lay_out();
+        return 0;
+    case WM_DPICHANGED:
+    case WM_DPICHANGED_AFTERPARENT:
+    case WM_SETTINGCHANGE:
+    case WM_THEMECHANGED:
+        view_.renew_fonts();
+        return 0;
+    case WM_SETCURSOR:
+        return on_set_cursor(message);
+    case WM_LBUTTONDOWN:
+    case WM_MOUSEMOVE:
+    case WM_LBUTTONUP:
+    case WM_CAPTURECHANGED:
+        return view_.on_mouse(message);
+    case WM_TIMER:
+        on_timer(message.wparam);
+        return 0;
+    case WM_CLOSE:
+        // The editor closes bars. An edit control would close its dialog on Escape.
+        return 0;
+    case WM_DESTROY:
+        end_all_work();
+        return 0;
+    case WM_NCDESTROY:
+        view_.detach();
+        dialog_ = nullptr;
+        return 0;
+    default:
+        return std::nullopt;
+    }
+}
+
+win32::Handled ChangesSidebar::on_posted_message(const win32::Message& message)
+{
+    switch (message.id) {
+    case WM_REVLANE_REFRESH:
+    case WM_REVLANE_REFRESH_ALL:
+        refresh();
+        return 0;
+    case WM_REVLANE_FILES_CHANGED:
+    case WM_REVLANE_EXTERNAL_REFRESH:
+        on_files_changed();
+        return 0;
+    case WM_REVLANE_CHECK_DOCUMENT:
+        on_check_document();
+        return 0;
+    case WM_REVLANE_OPEN_REPOSITORY:
+        if (const auto path = win32::take_owned<std::wstring>(message.wparam))
+            on_open_repository(*path);
+        return 0;
+    case WM_REVLANE_CHANGES:
+        if (auto result = win32::take_owned<ChangesResult>(message.wparam))
+            on_changes(*result);
+        return 0;
+    case WM_REVLANE_COMMAND_RESULT:
+        if (const auto result = win32::take_owned<git::CommandResult>(message.wparam))
+            on_command_result(*result);
+        return 0;
+    case WM_REVLANE_STATUS:
+        on_status();
+        return 0;
+    case WM_REVLANE_TASK_DONE:
+        read_state();
+        return 0;
+    case WM_REVLANE_PANEL_STATE:
+        if (auto state = win32::take_owned<PanelState>(message.wparam))
+            on_state(std::move(*state));
+        return 0;
+    case WM_PANEL_SHOW_ERRORS:
+        errors_.show_waiting(dialog_);
+        return 0;
+    case WM_PANEL_REFRESH:
+        on_refresh();
+        return 0;
+    case WM_PANEL_COMMITTED:
+        if (const auto committed = win32::take_owned<std::wstring>(message.wparam))
+            commit_box_.clear_if(*committed);
+        return 0;
+    case WM_PANEL_REFUSED:
+        if (auto reason = win32::take_owned<std::wstring>(message.wparam))
+            show_error_later(std::move(*reason));
+        return 0;
+    case WM_PANEL_STAMPS:
+        if (const auto read = win32::take_owned<StampsRead>(message.wparam))
+            on_stamps(*read);
+        return 0;
+    default:
+        return std::nullopt;
+    }
+}
+
+win32::Handled ChangesSidebar::on_list_message(const win32::Message& message)
+{
+    if (message.id == WM_NOTIFY) {
+        const auto& header = *reinterpret_cast<const NMHDR*>(message.lparam);
+        if (header.code == NM_CUSTOMDRAW) {
+            const auto& draw = *reinterpret_cast<const NMLVCUSTOMDRAW*>(message.lparam);
+            if (header.idFrom == IDC_CHANGES_LIST)
+                return draw_change_row(draw, changes_.changes(), view_.dpi());
+            if (header.idFrom == IDC_STAGED_LIST)
+                return draw_change_row(draw, staged_.changes(), view_.dpi());
+        }
+    }
+    // A menu or a command may end the panel, so nothing is touched after a list has taken part.
+    if (const win32::Handled handled = changes_.on_owner_message(message))
+        return handled;
+    return staged_.on_owner_message(message);
+}
+
+LRESULT ChangesSidebar::on_init(HWND dialog)
+{
+    dialog_ = dialog;
+    changes_.attach(dialog, GetDlgItem(dialog, IDC_CHANGES_LIST),
+                    host::load_text(IDS_CHANGES_EMPTY));
+    staged_.attach(dialog, GetDlgItem(dialog, IDC_STAGED_LIST), host::load_text(IDS_STAGED_EMPTY));
+    view_.attach(dialog, host_, abilities_.history);
+    commit_box_.attach(GetDlgItem(dialog, IDC_COMMIT_MESSAGE),
+                       host::load_text(IDS_COMMIT_PLACEHOLDER), [this] { on_commit_key(); });
+    auto_fetch_ = host::read_number(host_, host::SETTING_AUTO_FETCH) != 0;
+    view_.show_state(std::nullopt);
+    show_no_repository({});
+    choose_initial_repository();
+    // Not before it knows the repository: it fetches at once, and then only after some minutes.
+    if (auto_fetch_)
+        fetcher_.run(dialog_);
+    else
+        fetcher_.stop();
+    SetTimer(dialog_, TIMER_STAMPS, STAMPS_INTERVAL_MS, nullptr);
+    // The focus stays with the text of the editor.
+    return FALSE;
+}
+
+void ChangesSidebar::show_error_later(std::wstring text)
+{
+    errors_.add(dialog_, WM_PANEL_SHOW_ERRORS, std::move(text));
+}
+
+win32::Handled ChangesSidebar::on_set_cursor(const win32::Message& message)
+{
+    // Without a window it is posted by whoever has just queued a task.
+    if (message.wparam == 0) {
+        watch_busy();
+        update_cursor();
+        return TRUE;
+    }
+    if (const win32::Handled handled = view_.on_mouse(message))
+        return handled;
+    if (LOWORD(message.lparam) != HTCLIENT || !(commands_.is_busy() || changes_.is_busy()))
+        return std::nullopt;
+    SetCursor(LoadCursorW(nullptr, IDC_APPSTARTING));
+    return TRUE;
+}
+
+// Windows asks for a cursor only when the pointer moves.
+void ChangesSidebar::update_cursor() const
+{
+    POINT point{};
+    GetCursorPos(&point);
+    const HWND below = WindowFromPoint(point);
+    if (below == dialog_ || IsChild(dialog_, below))
+        SendMessageW(below, WM_SETCURSOR, reinterpret_cast<WPARAM>(below),
+                     MAKELPARAM(HTCLIENT, WM_MOUSEMOVE));
+}
+
+void ChangesSidebar::watch_busy()
+{
+    if (busy_since_ || !commands_.is_busy())
+        return;
+    busy_since_ = std::chrono::steady_clock::now();
+    SetTimer(dialog_, TIMER_BUSY, BUSY_INTERVAL_MS, nullptr);
+}
+
+void ChangesSidebar::on_timer(UINT_PTR timer)
+{
+    switch (timer) {
+    case TIMER_BUSY:
+        on_busy_timer();
+        break;
+    case TIMER_LOOK_AGAIN:
+        KillTimer(dialog_, TIMER_LOOK_AGAIN);
+        refresh();
+        break;
+    case TIMER_STAMPS:
+        check_stamps();
+        break;
+    default:
+        break;
+    }
+}
+
+void ChangesSidebar::on_busy_timer()
+{
+    if (commands_.is_busy()) {
+        view_.show_progress(busy_since_ &&
+                            std::chrono::steady_clock::now() - *busy_since_ >= PROGRESS_DELAY);
+        return;
+    }
+    KillTimer(dialog_, TIMER_BUSY);
+    busy_since_.reset();
+    last_command_ = 0;
+    is_cancelling_ = false;
+    view_.show_progress(false);
+    update_cursor();
+}
+
+}  // namespace revlane

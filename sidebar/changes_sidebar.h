@@ -1,0 +1,190 @@
+// The docked panel: the hub between the controls of its dialog, the repository that it shows and the
+// work in the background. Made before its dialog and destroyed when the editor reports the bar
+// closed, or with the frame. All members on the window thread.
+#pragma once
+
+#include "changes/change_lists.h"
+#include "changes/git_output_log.h"
+#include "changes/messages.h"
+#include "changes/output_window.h"
+#include "git/git.h"
+#include "git/handles.h"
+#include "sidebar/auto_fetcher.h"
+#include "sidebar/command_queue.h"
+#include "sidebar/commit_box.h"
+#include "sidebar/commit_task.h"
+#include "sidebar/directory_watcher.h"
+#include "sidebar/error_queue.h"
+#include "sidebar/glyphs.h"
+#include "sidebar/panel_state.h"
+#include "sidebar/panel_view.h"
+#include "sidebar/reference_stamps.h"
+#include "win32/task_slot.h"
+#include "win32/window.h"
+
+#include <BS_thread_pool.hpp>
+#include <windows.h>
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace revlane {
+
+class ChangesSidebar {
+public:
+    // What the frame around the panel can do.
+    struct Abilities {
+        bool history = false;  // it opens the commit history
+    };
+
+    // `host` is the editor's frame window. The dialog is made afterwards, with win32::dialog_proc and
+    // this object as its parameter.
+    ChangesSidebar(HWND host, Abilities abilities);
+    // Ends all work and the dialog, if it still exists.
+    ~ChangesSidebar();
+    ChangesSidebar(const ChangesSidebar&) = delete;
+    ChangesSidebar& operator=(const ChangesSidebar&) = delete;
+
+    // The dialog; null before it is made and after it is gone.
+    [[nodiscard]] HWND window() const noexcept { return dialog_; }
+
+    // For the dialog procedure.
+    win32::Handled handle(const win32::Message& message);
+
+private:
+    // Messages of the panel to itself.
+    enum : UINT {
+        WM_PANEL_SHOW_ERRORS = WM_APP + 100,
+        WM_PANEL_REFRESH,
+        WM_PANEL_COMMITTED,  // std::wstring, the message of the commit
+        WM_PANEL_REFUSED,    // std::wstring, why a command was not run
+        WM_PANEL_STAMPS,     // StampsRead
+    };
+    // Timers. The frame uses 1 and 2 on this window.
+    enum : UINT_PTR { TIMER_BUSY = 10, TIMER_LOOK_AGAIN, TIMER_STAMPS };
+
+    struct StampsRead {
+        ReferenceStamps stamps;
+        std::uint64_t repository_number;
+        bool begins_refresh;  // read before everything else was read anew
+    };
+
+    // Told whether the panel still lives after something that pumped messages.
+    using Life = std::weak_ptr<const char>;
+
+    // changes_sidebar.cpp: the dialog and its messages.
+    win32::Handled on_dialog_message(const win32::Message& message);
+    win32::Handled on_posted_message(const win32::Message& message);
+    win32::Handled on_list_message(const win32::Message& message);
+    LRESULT on_init(HWND dialog);
+    win32::Handled on_set_cursor(const win32::Message& message);
+    void on_timer(UINT_PTR timer);
+    void end_all_work() noexcept;
+    void drain_messages() noexcept;
+    void show_error_later(std::wstring text);
+    void update_cursor() const;
+    void watch_busy();
+    void on_busy_timer();
+
+    // sidebar_repository.cpp: which repository is shown.
+    void choose_initial_repository();
+    void on_check_document();
+    void on_open_repository(const std::wstring& path);
+    void show_repository(git::Repository repository);
+    void show_no_repository(const std::wstring& text);
+    void forget_repository();
+    [[nodiscard]] const git::Repository* repository() const;
+
+    // sidebar_refresh.cpp: keeping what is shown true.
+    void refresh();
+    void on_refresh();
+    void on_files_changed();
+    void on_changes(const ChangesResult& result);
+    void refresh_rest();
+    void read_state();
+    void on_state(PanelState state);
+    void check_stamps();
+    void read_stamps(bool begins_refresh);
+    void on_stamps(const StampsRead& read);
+    void show_counts();
+    void tell_references_changed();
+
+    // sidebar_commands.cpp: what the user starts.
+    win32::Handled on_command(UINT id, UINT code);
+    win32::Handled on_list_command(UINT id);
+    win32::Handled on_panel_command(UINT id);
+    void submit(UINT id, CommandQueue::Command command);
+    void submit_plain(UINT id, git::CommandResult (*command)(const git::CommandContext&));
+    void on_fetch();
+    void on_pull();
+    void on_push();
+    void on_commit_staged();
+    void on_stage_all_and_commit();
+    void on_commit_key();
+    void commit(UINT id, CommitScope scope);
+    void on_stage();
+    void on_unstage();
+    void on_discard();
+    void on_update_submodule(const ChangesListBase& list, UINT id);
+    void on_compare();
+    void on_compare_staged();
+    void on_open_files(const ChangesListBase& list);
+    void on_status();
+    void on_show_output();
+    void on_cancel();
+    void on_toggle_auto_fetch();
+    void on_open_folder();
+    void on_open_remote();
+    void on_choose_folder();
+    void on_show_menu();
+    void on_show_history();
+    void on_command_result(const git::CommandResult& result);
+    void log_result(const git::CommandResult& result);
+
+    HWND dialog_ = nullptr;
+    HWND host_;
+    Abilities abilities_;
+    std::shared_ptr<const char> life_;
+    const git::LibraryScope library_;
+    const GlyphScope glyphs_;
+
+    std::shared_ptr<git::Git> git_;
+    std::optional<git::Repository> repository_;
+    std::uint64_t repository_number_ =
+        0;                        // of the repository shown; answers for another are dropped
+    std::wstring last_document_;  // for which a repository was looked for
+
+    BS::thread_pool<> pool_;          // commands
+    BS::thread_pool<> reading_pool_;  // what is read again and again, beside a long command
+    ChangesList changes_;
+    StagedList staged_;
+    PanelView view_;
+    CommitBox commit_box_;
+    ErrorQueue errors_;
+    GitOutputLog log_;
+    OutputWindow output_;
+
+    CommandQueue commands_;
+    UINT last_command_ = 0;
+    bool is_cancelling_ = false;
+    std::optional<std::chrono::steady_clock::time_point> busy_since_;
+
+    win32::TaskSlot state_slot_;
+    win32::TaskSlot stamps_slot_;
+    std::optional<PanelState> state_;
+    std::optional<ReferenceStamps> stamps_;  // of the last refresh's beginning
+    bool refresh_waits_ = false;
+    bool has_changes_ = false;  // the list of changes was filled since the repository is shown
+    bool refresh_error_shown_ = false;
+
+    DirectoryWatcher watcher_;
+    std::shared_ptr<AutoFetcher::Context> fetch_context_;
+    AutoFetcher fetcher_;
+    bool auto_fetch_ = false;
+};
+
+}  // namespace revlane

@@ -1,0 +1,58 @@
+// The git commands that the user starts from the panel, one at a time, in the order given.
+#pragma once
+
+#include "git/commands.h"
+#include "git/git.h"
+
+#include <BS_thread_pool.hpp>
+#include <windows.h>
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+
+namespace revlane {
+
+// What a running command works with. On the thread of the pool; holds no window object.
+class CommandRun {
+public:
+    CommandRun(HWND owner, std::filesystem::path workdir, git::Git& git)
+        : context{std::move(workdir), git}, owner_(owner), whole_(git)
+    {
+    }
+
+    // Where git runs.
+    const git::CommandContext context;
+
+    // Whether the user or the end of the panel stopped the command; its next step must not run.
+    [[nodiscard]] bool was_ended() const noexcept { return whole_.was_ended(); }
+    [[nodiscard]] HWND owner() const noexcept { return owner_; }
+    // Posts WM_REVLANE_COMMAND_RESULT to the panel. Returns whether the result is ok.
+    bool report(git::CommandResult result) const;
+
+private:
+    HWND owner_;
+    git::Git::Run whole_;
+};
+
+// Window thread. Shares its pool with the commands of the branch controls, which count as commands
+// of the user too.
+class CommandQueue {
+public:
+    using Command = std::function<void(const CommandRun&)>;
+
+    CommandQueue(BS::thread_pool<>& pool, std::shared_ptr<git::Git> git);
+
+    // `owner` receives the results and at once a WM_SETCURSOR without parameters.
+    void submit(HWND owner, const std::filesystem::path& workdir, Command command);
+    // Whether a command waits or runs.
+    [[nodiscard]] bool is_busy() const;
+    // Drops the commands that wait and ends the one that runs.
+    void cancel();
+
+private:
+    BS::thread_pool<>& pool_;
+    std::shared_ptr<git::Git> git_;
+};
+
+}  // namespace revlane

@@ -1,0 +1,25 @@
+// Committing, as one task of the panel's queue.
+#pragma once
+
+#include "sidebar/command_queue.h"
+
+#include <windows.h>
+
+#include <cstddef>
+#include <string>
+
+namespace revlane {
+
+enum class CommitScope { Staged, Everything };
+
+// The greatest length that git can be handed; one character may count as several.
+std::size_t max_message_length() noexcept;
+bool is_too_long(const std::wstring& message);
+
+// With Everything stages every change of the working tree first. Posts the results to the panel,
+// then `committed` with the message (std::wstring) when the commit was made, or `refused` with a
+// text (std::wstring) when there is nothing to commit. On the thread of the pool.
+void commit_changes(const CommandRun& run, const std::wstring& message, CommitScope scope,
+                    UINT committed, UINT refused);
+
+}  // namespace revlane

@@ -1,0 +1,73 @@
+#include "sidebar/discard_question.h"
+
+#include "resources/ids.h"
+#include "sidebar/texts.h"
+
+#include <commctrl.h>
+
+#include <algorithm>
+#include <array>
+
+namespace revlane {
+
+namespace {
+
+// Paths listed one by one in the question; more of them make the box too tall.
+constexpr std::size_t MAX_LISTED = 8;
+
+std::wstring listed_paths(const std::vector<git::FileChange>& changes)
+{
+    std::wstring list;
+    for (std::size_t i = 0; i < std::min(changes.size(), MAX_LISTED); ++i)
+        list += changes[i].new_path + L'\n';
+    if (changes.size() > MAX_LISTED)
+        list += L"\u2026\n";
+    return list;
+}
+
+}  // namespace
+
+DiscardTexts discard_texts(const std::vector<git::FileChange>& changes)
+{
+    const auto new_files =
+        std::count_if(changes.begin(), changes.end(), [](const git::FileChange& change) {
+            return change.status == git::ChangeStatus::Untracked;
+        });
+    DiscardTexts texts;
+    texts.loss = host::load_text(IDS_DISCARD_LOSS);
+    if (changes.size() == 1) {
+        texts.question = text_with(new_files == 1 ? IDS_DISCARD_NEW_ONE : IDS_DISCARD_ONE,
+                                   changes.front().new_path);
+        return texts;
+    }
+    texts.question = text_with(IDS_DISCARD_MANY, changes.size());
+    if (new_files > 0)
+        texts.loss = text_with(IDS_DISCARD_NEW_COUNT, new_files) + L"\n" + texts.loss;
+    texts.loss = listed_paths(changes) + L'\n' + texts.loss;
+    return texts;
+}
+
+bool ask_to_discard(HWND owner, const std::vector<git::FileChange>& changes)
+{
+    const DiscardTexts texts = discard_texts(changes);
+    const std::wstring title = host::load_text(IDS_DISCARD_TITLE);
+    const std::wstring discard = host::load_text(IDS_DISCARD_BUTTON);
+    const std::wstring cancel = host::load_text(IDS_CANCEL);
+    const std::array<TASKDIALOG_BUTTON, 2> buttons{TASKDIALOG_BUTTON{IDOK, discard.c_str()},
+                                                   TASKDIALOG_BUTTON{IDCANCEL, cancel.c_str()}};
+    TASKDIALOGCONFIG config{};
+    config.cbSize = sizeof config;
+    config.hwndParent = owner;
+    config.dwFlags = TDF_ALLOW_DIALOG_CANCELLATION | TDF_POSITION_RELATIVE_TO_WINDOW;
+    config.pszWindowTitle = title.c_str();
+    config.pszMainIcon = TD_WARNING_ICON;
+    config.pszMainInstruction = texts.question.c_str();
+    config.pszContent = texts.loss.c_str();
+    config.cButtons = static_cast<UINT>(buttons.size());
+    config.pButtons = buttons.data();
+    config.nDefaultButton = IDCANCEL;
+    int pressed = IDCANCEL;
+    return SUCCEEDED(TaskDialogIndirect(&config, &pressed, nullptr, nullptr)) && pressed == IDOK;
+}
+
+}  // namespace revlane

@@ -1,0 +1,35 @@
+// A flat button of the panel with a symbol, and with its text too where it is wide enough.
+// Window thread.
+#pragma once
+
+#include "sidebar/glyphs.h"
+#include "win32/window.h"
+
+#include <windows.h>
+
+#include <optional>
+
+namespace revlane {
+
+class IconButton {
+public:
+    // Makes `button`, a push button, draw itself through WM_DRAWITEM and follow the pointer.
+    void attach(HWND button, Glyph glyph);
+
+    void draw(const DRAWITEMSTRUCT& item, HFONT font, int dpi) const;
+    // The width that symbol and text need.
+    [[nodiscard]] int width_with_text(HFONT font, int dpi) const;
+
+    [[nodiscard]] HWND window() const noexcept { return button_; }
+
+private:
+    win32::Handled on_message(const win32::Message& message);
+    void set_hot(bool hot);
+
+    HWND button_ = nullptr;
+    Glyph glyph_ = Glyph::Folder;
+    bool is_hot_ = false;
+    std::optional<win32::Subclass> subclass_;
+};
+
+}  // namespace revlane

@@ -1,0 +1,48 @@
+// What the panel shows of HEAD and its upstream. Read on a background thread, posted to the panel.
+#pragma once
+
+#include "git/references.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace revlane {
+
+struct PanelState {
+    enum class Head {
+        Missing,   // HEAD cannot be read
+        Unborn,    // a branch without a commit
+        Detached,  // at a commit
+        Branch,
+    };
+
+    Head head = Head::Missing;
+    std::wstring head_name;                  // as it is shown; empty when HEAD is missing
+    std::optional<std::wstring> upstream;    // its short name
+    std::optional<git::AheadBehind> counts;  // against the upstream
+    bool has_remote = false;
+    // Which repository this is about, as the panel numbered it when it asked.
+    std::uint64_t repository_number = 0;
+};
+
+// Opens the repository at a working tree and reads it. A repository that cannot be opened any more
+// gives a state without HEAD.
+PanelState read_panel_state(const std::filesystem::path& workdir);
+
+// What the pull and push buttons show of a state.
+struct RemoteButtons {
+    bool can_pull = false;
+    bool can_push = false;
+    bool publishes = false;      // pushing makes the upstream
+    std::size_t pull_count = 0;  // 0: no number is shown
+    std::size_t push_count = 0;
+};
+
+RemoteButtons remote_buttons(const PanelState& state);
+
+// A button's text with a count behind it, unless that is 0.
+std::wstring with_count(const std::wstring& text, std::size_t count);
+
+}  // namespace revlane

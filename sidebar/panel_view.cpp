@@ -1,0 +1,382 @@
+#include "sidebar/panel_view.h"
+
+#include "changes/get_dpi.h"
+#include "plugin/host/localized.h"
+#include "resources/ids.h"
+#include "sidebar/section_heading.h"
+#include "sidebar/texts.h"
+
+#include <windowsx.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace revlane {
+
+namespace {
+
+// Sizes at 96 DPI.
+constexpr int BUTTON_PADDING = 10;  // between a button's text and its edge
+constexpr int MIN_BUTTON_WIDTH = 64;
+constexpr int COMBO_FRAME = 6;  // what a drop-down has around its text field, top and bottom
+
+constexpr UINT MARQUEE_STEP_MS = 30;
+
+constexpr std::array<int, 3> LISTS{IDC_STAGED_LIST, IDC_CHANGES_LIST, IDC_BRANCHES_LIST};
+
+std::wstring without_prefix(std::wstring text)
+{
+    std::erase(text, L'&');
+    return text;
+}
+
+}  // namespace
+
+PanelView::~PanelView()
+{
+    if (row_height_images_ != nullptr)
+        ImageList_Destroy(row_height_images_);
+}
+
+void PanelView::attach(HWND dialog, HWND frame, bool has_history)
+{
+    dialog_ = dialog;
+    frame_ = frame;
+    has_history_ = has_history;
+    arrangement_ = read_arrangement(frame);
+    pull_text_ = win32::window_text(control(IDC_PULL));
+    push_text_ = win32::window_text(control(IDC_PUSH));
+    empty_text_ = win32::window_text(control(IDC_EMPTY_TEXT));
+
+    choose_folder_.attach(control(IDC_CHOOSE_FOLDER), Glyph::Folder);
+    panel_menu_.attach(control(IDC_PANEL_MENU), Glyph::Menu);
+    history_.attach(control(IDC_SHOW_HISTORY), Glyph::History);
+    const auto caption = [this](int id) { return without_prefix(win32::window_text(control(id))); };
+    choose_folder_tip_.attach(dialog, control(IDC_CHOOSE_FOLDER), caption(IDC_CHOOSE_FOLDER));
+    panel_menu_tip_.attach(dialog, control(IDC_PANEL_MENU), caption(IDC_PANEL_MENU));
+    history_tip_.attach(dialog, control(IDC_SHOW_HISTORY), caption(IDC_SHOW_HISTORY));
+    branch_tip_.attach(dialog, control(IDC_BRANCH), host::load_text(IDS_BRANCH_TIP));
+    pull_tip_.attach(dialog, control(IDC_PULL), {});
+    push_tip_.attach(dialog, control(IDC_PUSH), {});
+
+    for (const int id : {IDC_STAGED_HEADING, IDC_CHANGES_HEADING}) {
+        const HWND heading = control(id);
+        const LONG_PTR style = GetWindowLongPtrW(heading, GWL_STYLE);
+        SetWindowLongPtrW(heading, GWL_STYLE, (style & ~LONG_PTR{SS_TYPEMASK}) | SS_OWNERDRAW);
+    }
+    SendMessageW(control(IDC_BRANCHES_HEADING), BM_SETSTYLE, BS_OWNERDRAW, TRUE);
+    make_lists_flat();
+    renew_fonts();
+}
+
+void PanelView::detach()
+{
+    drag_.reset();
+    dialog_ = nullptr;
+}
+
+// The lists reach from edge to edge; a frame around each would only cost room.
+void PanelView::make_lists_flat() const
+{
+    for (const int id : LISTS) {
+        const HWND list = control(id);
+        SetWindowLongPtrW(list, GWL_STYLE,
+                          GetWindowLongPtrW(list, GWL_STYLE) & ~LONG_PTR{WS_BORDER});
+        SetWindowLongPtrW(list, GWL_EXSTYLE,
+                          GetWindowLongPtrW(list, GWL_EXSTYLE) & ~LONG_PTR{WS_EX_CLIENTEDGE});
+        SetWindowPos(list, nullptr, 0, 0, 0, 0,
+                     SWP_NOMOVE | SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE | SWP_FRAMECHANGED);
+    }
+}
+
+void PanelView::renew_fonts()
+{
+    dpi_ = get_dpi(dialog_);
+    PanelFonts renewed = make_panel_fonts(dpi_);
+    const auto font = reinterpret_cast<WPARAM>(renewed.text.get());
+    for (HWND child = GetWindow(dialog_, GW_CHILD); child != nullptr;
+         child = GetWindow(child, GW_HWNDNEXT))
+        SendMessageW(child, WM_SETFONT, font, FALSE);
+    // Not before no control uses them any more.
+    fonts_ = std::move(renewed);
+    set_row_heights();
+    lay_out();
+    RedrawWindow(dialog_, nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
+}
+
+void PanelView::set_row_heights()
+{
+    // A list takes the height of its rows from the images beside them, though there are none.
+    const HIMAGELIST images =
+        ImageList_Create(1, list_row_height(dpi_, fonts_.line_height), ILC_COLOR, 0, 0);
+    for (const int id : LISTS)
+        SendMessageW(control(id), LVM_SETIMAGELIST, LVSIL_SMALL, reinterpret_cast<LPARAM>(images));
+    if (const HIMAGELIST former = std::exchange(row_height_images_, images))
+        ImageList_Destroy(former);
+}
+
+int PanelView::button_width(int id) const
+{
+    const int text = text_width(dialog_, fonts_.text.get(), win32::window_text(control(id)));
+    return std::max(text + scale(2 * BUTTON_PADDING, dpi_), scale(MIN_BUTTON_WIDTH, dpi_));
+}
+
+LayoutInput PanelView::layout_input() const
+{
+    RECT client{};
+    GetClientRect(dialog_, &client);
+    LayoutInput input;
+    input.client = {client.right, client.bottom};
+    input.dpi = dpi_;
+    input.line_height = fonts_.line_height;
+    input.buttons = {button_width(IDC_COMMIT), button_width(IDC_STAGE_ALL_AND_COMMIT),
+                     button_width(IDC_PULL), button_width(IDC_PUSH),
+                     choose_folder_.width_with_text(fonts_.text.get(), dpi_)};
+    input.empty_text_height =
+        wrapped_text_height(dialog_, fonts_.text.get(), win32::window_text(control(IDC_EMPTY_TEXT)),
+                            std::max<int>(client.right - 2 * empty_text_margin(dpi_), 0));
+    input.has_repository = has_repository_;
+    input.has_history = has_history_;
+    input.branches_folded = arrangement_.branches_folded;
+    input.shares = arrangement_.shares;
+    return input;
+}
+
+void PanelView::place(HDWP& places, int id, const RECT& area) const
+{
+    if (places == nullptr)
+        return;
+    // A control that is not shown takes part in nothing, the tab order included.
+    const UINT show = IsRectEmpty(&area) ? SWP_HIDEWINDOW : SWP_SHOWWINDOW;
+    places =
+        DeferWindowPos(places, control(id), nullptr, area.left, area.top, area.right - area.left,
+                       area.bottom - area.top, SWP_NOZORDER | SWP_NOACTIVATE | show);
+}
+
+void PanelView::lay_out()
+{
+    if (dialog_ == nullptr)
+        return;
+    if (get_dpi(dialog_) != dpi_) {
+        renew_fonts();
+        return;
+    }
+    layout_ = lay_out_sidebar(layout_input());
+    const std::array<std::pair<int, const RECT*>, 16> places{{
+        {IDC_CHOOSE_FOLDER, &layout_.choose_folder},
+        {IDC_BRANCH, &layout_.branch},
+        {IDC_PANEL_MENU, &layout_.panel_menu},
+        {IDC_SHOW_HISTORY, &layout_.history},
+        {IDC_COMMIT_MESSAGE, &layout_.message},
+        {IDC_COMMIT, &layout_.commit},
+        {IDC_STAGE_ALL_AND_COMMIT, &layout_.stage_all_and_commit},
+        {IDC_PULL, &layout_.pull},
+        {IDC_PUSH, &layout_.push},
+        {IDC_STAGED_HEADING, &layout_.staged_heading},
+        {IDC_STAGED_LIST, &layout_.staged_list},
+        {IDC_CHANGES_HEADING, &layout_.changes_heading},
+        {IDC_CHANGES_LIST, &layout_.changes_list},
+        {IDC_BRANCHES_HEADING, &layout_.branches_heading},
+        {IDC_BRANCHES_LIST, &layout_.branches_list},
+        {IDC_EMPTY_TEXT, &layout_.empty_text},
+    }};
+    // The text field of the drop-down decides its height.
+    const int field =
+        static_cast<int>(layout_.branch.bottom - layout_.branch.top) - scale(COMBO_FRAME, dpi_);
+    if (field > 0)
+        SendMessageW(control(IDC_BRANCH), CB_SETITEMHEIGHT, static_cast<WPARAM>(-1), field);
+    HDWP deferred = BeginDeferWindowPos(static_cast<int>(places.size()));
+    for (const auto& [id, area] : places)
+        place(deferred, id, *area);
+    if (deferred != nullptr)
+        EndDeferWindowPos(deferred);
+    const RECT& progress = layout_.progress;
+    SetWindowPos(control(IDC_PROGRESS), HWND_TOP, progress.left, progress.top,
+                 progress.right - progress.left, progress.bottom - progress.top, SWP_NOACTIVATE);
+    pull_tip_.cover_disabled();
+    push_tip_.cover_disabled();
+}
+
+void PanelView::show_repository()
+{
+    has_repository_ = true;
+    lay_out();
+}
+
+void PanelView::show_no_repository(const std::wstring& text)
+{
+    has_repository_ = false;
+    set_text(IDC_EMPTY_TEXT, text.empty() ? empty_text_ : text);
+    lay_out();
+}
+
+void PanelView::set_text(int id, const std::wstring& text) const
+{
+    const HWND window = control(id);
+    if (win32::window_text(window) != text)
+        SetWindowTextW(window, text.c_str());
+}
+
+void PanelView::enable(int id, bool enabled) const
+{
+    const HWND window = control(id);
+    if ((IsWindowEnabled(window) != FALSE) == enabled)
+        return;
+    // A disabled control would keep the focus and swallow every key.
+    if (!enabled && GetFocus() == window)
+        SetFocus(control(IDC_COMMIT_MESSAGE));
+    EnableWindow(window, enabled ? TRUE : FALSE);
+}
+
+void PanelView::show_state(const std::optional<PanelState>& state)
+{
+    const RemoteButtons buttons = state ? remote_buttons(*state) : RemoteButtons{};
+    set_text(IDC_PULL, with_count(pull_text_, buttons.pull_count));
+    set_text(IDC_PUSH, buttons.publishes ? host::load_text(IDS_PUBLISH)
+                                         : with_count(push_text_, buttons.push_count));
+    enable(IDC_PULL, buttons.can_pull);
+    enable(IDC_PUSH, buttons.can_push);
+
+    std::wstring pull_tip;
+    std::wstring push_tip;
+    if (state && state->upstream) {
+        pull_tip = text_with(IDS_PULL_TIP, *state->upstream);
+        push_tip = text_with(IDS_PUSH_TIP, *state->upstream);
+    } else if (state) {
+        pull_tip = host::load_text(IDS_NO_UPSTREAM_TIP);
+        push_tip = !state->has_remote  ? host::load_text(IDS_NO_REMOTE)
+                   : buttons.publishes ? text_with(IDS_PUBLISH_TIP, state->head_name)
+                                       : std::wstring();
+    }
+    pull_tip_.set_text(pull_tip);
+    push_tip_.set_text(push_tip);
+    // The texts may have become wider.
+    lay_out();
+}
+
+void PanelView::set_count(std::optional<std::size_t>& shown, std::optional<std::size_t> count,
+                          int id)
+{
+    if (std::exchange(shown, count) != count)
+        InvalidateRect(control(id), nullptr, FALSE);
+}
+
+void PanelView::show_counts(std::optional<std::size_t> staged, std::optional<std::size_t> changes,
+                            std::optional<std::size_t> branches)
+{
+    set_count(staged_count_, staged, IDC_STAGED_HEADING);
+    set_count(changes_count_, changes, IDC_CHANGES_HEADING);
+    set_count(branches_count_, branches, IDC_BRANCHES_HEADING);
+}
+
+void PanelView::show_progress(bool shown)
+{
+    const HWND progress = control(IDC_PROGRESS);
+    if ((IsWindowVisible(progress) != FALSE) == shown)
+        return;
+    SendMessageW(progress, PBM_SETMARQUEE, shown ? TRUE : FALSE, MARQUEE_STEP_MS);
+    ShowWindow(progress, shown ? SW_SHOWNA : SW_HIDE);
+}
+
+void PanelView::toggle_branches()
+{
+    arrangement_.branches_folded = !arrangement_.branches_folded;
+    if (arrangement_.branches_folded && GetFocus() == control(IDC_BRANCHES_LIST))
+        SetFocus(control(IDC_BRANCHES_HEADING));
+    write_arrangement(frame_, arrangement_);
+    lay_out();
+    InvalidateRect(control(IDC_BRANCHES_HEADING), nullptr, FALSE);
+}
+
+bool PanelView::draw_item(const DRAWITEMSTRUCT& item) const
+{
+    switch (static_cast<int>(item.CtlID)) {
+    case IDC_CHOOSE_FOLDER:
+        choose_folder_.draw(item, fonts_.text.get(), dpi_);
+        return true;
+    case IDC_PANEL_MENU:
+        panel_menu_.draw(item, fonts_.text.get(), dpi_);
+        return true;
+    case IDC_SHOW_HISTORY:
+        history_.draw(item, fonts_.text.get(), dpi_);
+        return true;
+    case IDC_STAGED_HEADING:
+        draw_heading(item, {staged_count_, std::nullopt}, fonts_, dpi_);
+        return true;
+    case IDC_CHANGES_HEADING:
+        draw_heading(item, {changes_count_, std::nullopt}, fonts_, dpi_);
+        return true;
+    case IDC_BRANCHES_HEADING:
+        draw_heading(item, {branches_count_, arrangement_.branches_folded}, fonts_, dpi_);
+        return true;
+    default:
+        return false;
+    }
+}
+
+win32::Handled PanelView::on_mouse(const win32::Message& message)
+{
+    const POINT point{GET_X_LPARAM(message.lparam), GET_Y_LPARAM(message.lparam)};
+    switch (message.id) {
+    case WM_SETCURSOR: {
+        POINT cursor{};
+        GetCursorPos(&cursor);
+        ScreenToClient(dialog_, &cursor);
+        const bool is_own =
+            reinterpret_cast<HWND>(message.wparam) == dialog_ && LOWORD(message.lparam) == HTCLIENT;
+        if (!is_own || !splitter_at(layout_, cursor))
+            return std::nullopt;
+        SetCursor(LoadCursorW(nullptr, IDC_SIZENS));
+        return TRUE;
+    }
+    case WM_LBUTTONDOWN:
+        return begin_drag(point) ? win32::Handled(0) : std::nullopt;
+    case WM_MOUSEMOVE:
+        if (!drag_)
+            return std::nullopt;
+        drag(point);
+        return 0;
+    case WM_LBUTTONUP:
+        if (!drag_)
+            return std::nullopt;
+        ReleaseCapture();
+        return 0;
+    case WM_CAPTURECHANGED:
+        end_drag();
+        return 0;
+    default:
+        return std::nullopt;
+    }
+}
+
+bool PanelView::begin_drag(POINT point)
+{
+    const std::optional<Splitter> splitter = splitter_at(layout_, point);
+    if (!splitter)
+        return false;
+    const RECT& band =
+        *splitter == Splitter::Changes ? layout_.changes_splitter : layout_.branches_splitter;
+    drag_ = Drag{*splitter, static_cast<int>(point.y - band.top)};
+    SetCapture(dialog_);
+    return true;
+}
+
+void PanelView::drag(POINT point)
+{
+    const LayoutInput input = layout_input();
+    arrangement_.shares =
+        drag_splitter(input, drag_->splitter, static_cast<int>(point.y) - drag_->grip);
+    if (arrangement_.shares != input.shares)
+        lay_out();
+}
+
+void PanelView::end_drag()
+{
+    if (!drag_)
+        return;
+    drag_.reset();
+    write_arrangement(frame_, arrangement_);
+}
+
+}  // namespace revlane

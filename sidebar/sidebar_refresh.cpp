@@ -1,0 +1,139 @@
+// How the panel keeps what it shows true.
+#include "plugin/host/editor.h"
+#include "resources/ids.h"
+#include "sidebar/changes_sidebar.h"
+#include "sidebar/repository_choice.h"
+#include "sidebar/texts.h"
+#include "win32/posted.h"
+
+#include <utility>
+
+namespace revlane {
+
+namespace {
+
+// The watcher drops what changes within half a second of its last report; this is a little more.
+constexpr UINT LOOK_AGAIN_MS = 700;
+
+}  // namespace
+
+// Requests that come before the next one is carried out are one.
+void ChangesSidebar::refresh()
+{
+    if (repository_ && !std::exchange(refresh_waits_, true))
+        PostMessageW(dialog_, WM_PANEL_REFRESH, 0, 0);
+}
+
+void ChangesSidebar::on_refresh()
+{
+    refresh_waits_ = false;
+    if (!repository_)
+        return;
+    if (!is_still_there(*repository_)) {
+        show_no_repository(text_with(IDS_REPOSITORY_GONE, repository_->path.wstring()));
+        return;
+    }
+    // First, so that whatever changes from here on is seen as a change. The rest follows when the
+    // list's answer arrives.
+    read_stamps(true);
+    changes_.refresh();
+}
+
+void ChangesSidebar::on_files_changed()
+{
+    refresh();
+    if (repository_)
+        SetTimer(dialog_, TIMER_LOOK_AGAIN, LOOK_AGAIN_MS, nullptr);
+}
+
+void ChangesSidebar::on_changes(const ChangesResult& result)
+{
+    if (!repository_)
+        return;
+    if (result) {
+        refresh_error_shown_ = false;
+        has_changes_ = true;
+        changes_.update_changes(*result);
+    } else if (!std::exchange(refresh_error_shown_, true)) {
+        show_error_later(git::to_wide(result.error()));
+    }
+    refresh_rest();
+}
+
+// All but the list of changes.
+void ChangesSidebar::refresh_rest()
+{
+    const Life life = life_;
+    staged_.refresh();
+    if (life.expired() || dialog_ == nullptr)
+        return;
+    show_counts();
+}
+
+void ChangesSidebar::show_counts()
+{
+    if (has_changes_)
+        view_.show_counts(staged_.changes().size(), changes_.changes().size(), std::nullopt);
+    else
+        view_.show_counts(std::nullopt, std::nullopt, std::nullopt);
+}
+
+void ChangesSidebar::read_state()
+{
+    if (!repository_)
+        return;
+    state_slot_.submit([window = dialog_, path = repository_->path, number = repository_number_] {
+        auto state = std::make_unique<PanelState>(read_panel_state(path));
+        state->repository_number = number;
+        win32::post_owned(window, WM_REVLANE_PANEL_STATE, std::move(state));
+    });
+}
+
+void ChangesSidebar::on_state(PanelState state)
+{
+    if (!repository_ || state.repository_number != repository_number_)
+        return;
+    state_ = std::move(state);
+    view_.show_state(state_);
+    update_cursor();
+}
+
+// Looks whether another program has changed HEAD, the index or a reference, which the watcher does
+// not report.
+void ChangesSidebar::check_stamps()
+{
+    const bool is_worth_it = repository_ && stamps_ && IsWindowVisible(dialog_) &&
+                             !commands_.is_busy() && !changes_.is_busy();
+    if (is_worth_it)
+        read_stamps(false);
+}
+
+void ChangesSidebar::read_stamps(bool begins_refresh)
+{
+    stamps_slot_.submit([window = dialog_, number = repository_number_, begins_refresh,
+                         folders = reference_folders(repository_->handle.get())] {
+        win32::post_owned(window, WM_PANEL_STAMPS,
+                          std::make_unique<StampsRead>(
+                              StampsRead{read_reference_stamps(folders), number, begins_refresh}));
+    });
+}
+
+void ChangesSidebar::on_stamps(const StampsRead& read)
+{
+    if (read.repository_number != repository_number_)
+        return;
+    const bool has_changed = stamps_ && read.stamps != *stamps_;
+    stamps_ = read.stamps;
+    if (!has_changed)
+        return;
+    if (!read.begins_refresh)
+        refresh();
+    tell_references_changed();
+}
+
+void ChangesSidebar::tell_references_changed()
+{
+    host::send_request(host_, WM_REVLANE_RELOAD_REFERENCES);
+}
+
+}  // namespace revlane
