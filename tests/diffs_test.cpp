@@ -398,7 +398,8 @@ TEST(Index, PathsAreStagedAndUnstagedOneByOne)
 {
     const TempRepository repository = repository_with_changes();
     const auto handle = repository.open();
-    // Git stages something else while our repository is open: it must not be lost.
+    // Git stages something else after our repository has read the index: it must not be lost.
+    ASSERT_TRUE(git::diff_head_to_index(handle.get()));
     repository.git({"add", "neu/other file"});
     for (const wchar_t* path :
          {L"modified", L"größe/日本 🙂.txt", L"glob[a].txt", L"a/b/c/d/e/f/g/deep", L"new",
