@@ -7,6 +7,14 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 # The static run-time library, as in vcpkg's static triplet: the plug-in brings no DLL with it.
 set(CMAKE_MSVC_RUNTIME_LIBRARY "MultiThreaded$<$<CONFIG:Debug>:Debug>")
 
+# Resource scripts are UTF-8. Of a target's own options CMake hands the resource compiler only
+# definitions and folders, hence the variable.
+if(MSVC)
+    string(APPEND CMAKE_RC_FLAGS " /c65001")
+else()
+    string(APPEND CMAKE_RC_FLAGS " -c65001")
+endif()
+
 if(MINGW)
     # Libraries are Revlane.dll and the like, as with the other compiler.
     set(CMAKE_SHARED_LIBRARY_PREFIX "")
@@ -27,10 +35,7 @@ function(revlane_compile_options target)
     if(MSVC)
         set(options /W4 /WX /utf-8 /permissive- /Zc:__cplusplus /EHsc
             /external:anglebrackets /external:W0)
-        # Resource scripts are UTF-8 too.
-        target_compile_options(${target} PRIVATE
-            "$<$<COMPILE_LANGUAGE:CXX>:${options}>"
-            "$<$<COMPILE_LANGUAGE:RC>:/c65001>")
+        target_compile_options(${target} PRIVATE "$<$<COMPILE_LANGUAGE:CXX>:${options}>")
         target_compile_definitions(${target} PRIVATE _CRT_SECURE_NO_WARNINGS)
         target_link_options(${target} PRIVATE /Brepro)
         return()
@@ -47,8 +52,7 @@ function(revlane_compile_options target)
         # The same sources give the same bytes, wherever they lie.
         "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
     target_compile_options(${target} PRIVATE
-        "$<$<COMPILE_LANGUAGE:CXX>:${warnings};${generation}>"
-        "$<$<COMPILE_LANGUAGE:RC>:-c65001>")
+        "$<$<COMPILE_LANGUAGE:CXX>:${warnings};${generation}>")
     target_link_options(${target} PRIVATE
         -static
         -Wl,--gc-sections
