@@ -56,7 +56,8 @@ std::vector<std::wstring> lines_for_display(const std::wstring& text)
 {
     std::vector<std::wstring> lines = split_lines(text);
     for (std::wstring& line : lines) {
-        for (std::size_t tab = line.find(L'\t'); tab != std::wstring::npos; tab = line.find(L'\t', tab))
+        for (std::size_t tab = line.find(L'\t'); tab != std::wstring::npos;
+             tab = line.find(L'\t', tab))
             line.replace(tab, 1, TAB_COLUMNS - tab % TAB_COLUMNS, L' ');
     }
     return lines;

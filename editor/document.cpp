@@ -70,8 +70,7 @@ std::wstring Document::position() const
 {
     const DWORD start = selection_start(edit_);
     const LRESULT line = SendMessageW(edit_, EM_LINEFROMCHAR, start, 0);
-    const LRESULT line_start =
-        SendMessageW(edit_, EM_LINEINDEX, static_cast<WPARAM>(line), 0);
+    const LRESULT line_start = SendMessageW(edit_, EM_LINEINDEX, static_cast<WPARAM>(line), 0);
     return fmt::format(L"Ln {}, Col {}", line + 1, static_cast<LRESULT>(start) - line_start + 1);
 }
 

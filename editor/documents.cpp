@@ -2,8 +2,8 @@
 
 #include "plugin/host/messages.h"
 
-#include <commdlg.h>
 #include <fmt/xchar.h>
+#include <commdlg.h>
 #include <windowsx.h>
 
 #include <algorithm>

@@ -25,7 +25,8 @@ namespace quorrel {
 class Documents {
 public:
     struct Events {
-        std::function<void()> activated;  // another tab is active or its document is another one now
+        std::function<void()>
+            activated;  // another tab is active or its document is another one now
         std::function<void()> saved;
     };
 

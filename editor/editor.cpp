@@ -83,9 +83,8 @@ bool Editor::translate(MSG& message) const
 Frame* Editor::frame_of(HWND window) const
 {
     const HWND root = GetAncestor(window, GA_ROOTOWNER);
-    const auto found = std::find_if(frames_.begin(), frames_.end(), [root](const auto& frame) {
-        return frame->window() == root;
-    });
+    const auto found = std::find_if(frames_.begin(), frames_.end(),
+                                    [root](const auto& frame) { return frame->window() == root; });
     return found != frames_.end() ? found->get() : nullptr;
 }
 

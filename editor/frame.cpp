@@ -129,8 +129,8 @@ void Frame::set_part(int part, const std::wstring& text)
 std::uint32_t Frame::dock(HWND dialog, std::wstring title)
 {
     const std::uint32_t id = next_bar_++;
-    const auto width = static_cast<int>(
-        editor_.settings().number(EDITOR_SECTION, BAR_WIDTH_SETTING, BAR_WIDTH));
+    const auto width =
+        static_cast<int>(editor_.settings().number(EDITOR_SECTION, BAR_WIDTH_SETTING, BAR_WIDTH));
     bars_.push_back(std::make_unique<DockedBar>(
         window_, id, dialog, std::move(title), width,
         DockedBar::Events{[this, id] { PostMessageW(window_, WM_CLOSE_BAR, id, 0); },
@@ -141,8 +141,8 @@ std::uint32_t Frame::dock(HWND dialog, std::wstring title)
 
 void Frame::close_bar(std::uint32_t id, bool open_again)
 {
-    const auto found = std::find_if(bars_.begin(), bars_.end(),
-                                    [id](const auto& bar) { return bar->id() == id; });
+    const auto found =
+        std::find_if(bars_.begin(), bars_.end(), [id](const auto& bar) { return bar->id() == id; });
     if (found == bars_.end())
         return;
     const HWND bar = (*found)->window();
@@ -394,8 +394,7 @@ void Frame::write_report()
 
 void Frame::on_menu(HMENU menu)
 {
-    CheckMenuItem(menu, QUORREL_SHOW_TABS,
-                  documents_->tabs_shown() ? MF_CHECKED : MF_UNCHECKED);
+    CheckMenuItem(menu, QUORREL_SHOW_TABS, documents_->tabs_shown() ? MF_CHECKED : MF_UNCHECKED);
     const UINT first = GetMenuItemID(menu, 0);
     if (first == QUORREL_NO_LANGUAGE || first == QUORREL_FIRST_LANGUAGE)
         fill_languages(menu);

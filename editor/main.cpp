@@ -3,9 +3,8 @@
 #include "editor/ui.h"
 #include "win32/error_box.h"
 
-#include <commctrl.h>
 #include <windows.h>
-
+#include <commctrl.h>
 #include <objbase.h>
 #include <shellapi.h>
 

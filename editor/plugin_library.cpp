@@ -28,8 +28,8 @@ Result guarded(HWND view, Result failed, Call call) noexcept
 
 }  // namespace
 
-tl::expected<std::unique_ptr<PluginLibrary>, std::wstring> PluginLibrary::load(
-    const std::filesystem::path& path)
+tl::expected<std::unique_ptr<PluginLibrary>, std::wstring>
+PluginLibrary::load(const std::filesystem::path& path)
 {
     win32::LibraryHandle library(
         LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));

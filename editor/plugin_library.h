@@ -3,9 +3,8 @@
 
 #include "win32/handle.h"
 
-#include <windows.h>
-
 #include <tl/expected.hpp>
+#include <windows.h>
 
 #include <filesystem>
 #include <memory>
@@ -19,8 +18,8 @@ namespace quorrel {
 class PluginLibrary {
 public:
     // The library at `path`, or the text that says why it is none of a plug-in.
-    static tl::expected<std::unique_ptr<PluginLibrary>, std::wstring> load(
-        const std::filesystem::path& path);
+    static tl::expected<std::unique_ptr<PluginLibrary>, std::wstring>
+    load(const std::filesystem::path& path);
 
     [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
     [[nodiscard]] HMODULE module() const noexcept { return library_.get(); }

@@ -125,7 +125,8 @@ DWORD write_profile(const Call& call)
 // Copies a value with the terminator of a text. The size tells what the buffer holds, or would need.
 DWORD copy_value(const void* value, std::size_t size, const host::ProfileRead& record)
 {
-    const std::uint32_t capacity = std::exchange(*record.data_size, static_cast<std::uint32_t>(size));
+    const std::uint32_t capacity =
+        std::exchange(*record.data_size, static_cast<std::uint32_t>(size));
     if (capacity < size)
         return ERROR_MORE_DATA;
     std::memcpy(record.data, value, size);

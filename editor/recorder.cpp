@@ -40,7 +40,8 @@ Recorder::Recorder(const std::filesystem::path& file) : file_(file)
 void Recorder::add(Received received)
 {
     if (!file_.empty())
-        std::ofstream(file_, std::ios::binary | std::ios::app) << win32::to_utf8(format_line(received));
+        std::ofstream(file_, std::ios::binary | std::ios::app)
+            << win32::to_utf8(format_line(received));
     received_.push_back(std::move(received));
 }
 

@@ -4,8 +4,8 @@
 #include "win32/text.h"
 #include "win32/window.h"
 
-#include <commctrl.h>
 #include <fmt/xchar.h>
+#include <commctrl.h>
 
 #include <array>
 #include <string_view>

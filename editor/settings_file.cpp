@@ -4,9 +4,8 @@
 #include "editor/text_file.h"
 #include "win32/text.h"
 
-#include <windows.h>
-
 #include <fmt/xchar.h>
+#include <windows.h>
 
 #include <algorithm>
 #include <cwctype>

@@ -24,7 +24,8 @@ public:
     // Reads the file; a missing one holds no values.
     explicit SettingsFile(std::filesystem::path path);
 
-    [[nodiscard]] std::optional<Value> find(std::wstring_view section, std::wstring_view name) const;
+    [[nodiscard]] std::optional<Value> find(std::wstring_view section,
+                                            std::wstring_view name) const;
     // The number of that name, or `fallback` when there is none.
     [[nodiscard]] std::uint32_t number(std::wstring_view section, std::wstring_view name,
                                        std::uint32_t fallback) const;

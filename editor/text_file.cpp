@@ -29,10 +29,10 @@ Text::LineEnd first_line_end(std::string_view bytes)
 
 tl::expected<std::string, DWORD> read_file(const std::filesystem::path& path)
 {
-    const win32::FileHandle file(
-        CreateFileW(win32::long_path(path).c_str(), GENERIC_READ,
-                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-                    FILE_ATTRIBUTE_NORMAL, nullptr));
+    const win32::FileHandle file(CreateFileW(win32::long_path(path).c_str(), GENERIC_READ,
+                                             FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                             nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
+                                             nullptr));
     LARGE_INTEGER size{};
     if (!file || !GetFileSizeEx(file.get(), &size))
         return tl::unexpected(GetLastError());
@@ -51,8 +51,9 @@ DWORD write_file(const std::filesystem::path& path, std::string_view bytes)
     // A folder that cannot be made shows when the file in it cannot be either.
     std::error_code ignored;
     std::filesystem::create_directories(path.parent_path(), ignored);
-    const win32::FileHandle file(CreateFileW(win32::long_path(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
-                                             OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const win32::FileHandle file(CreateFileW(win32::long_path(path).c_str(), GENERIC_WRITE,
+                                             FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
+                                             FILE_ATTRIBUTE_NORMAL, nullptr));
     DWORD written = 0;
     if (!file ||
         !WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr))

@@ -1,9 +1,8 @@
 // Files of the editor: whole files as bytes, and UTF-8 text as the edit control wants it.
 #pragma once
 
-#include <windows.h>
-
 #include <tl/expected.hpp>
+#include <windows.h>
 
 #include <filesystem>
 #include <optional>

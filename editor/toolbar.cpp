@@ -42,18 +42,17 @@ const Size& size_for(int pixels)
 win32::UniqueHandle<HBITMAP, ::DeleteObject> load_bitmap(HINSTANCE module, UINT id, int width,
                                                          int height)
 {
-    return win32::UniqueHandle<HBITMAP, ::DeleteObject>(
-        static_cast<HBITMAP>(LoadImageW(module, MAKEINTRESOURCEW(id), IMAGE_BITMAP, width, height,
-                                        LR_CREATEDIBSECTION)));
+    return win32::UniqueHandle<HBITMAP, ::DeleteObject>(static_cast<HBITMAP>(LoadImageW(
+        module, MAKEINTRESOURCEW(id), IMAGE_BITMAP, width, height, LR_CREATEDIBSECTION)));
 }
 
 }  // namespace
 
 Toolbar::Toolbar(HWND frame)
-    : window_(create_child(TOOLBARCLASSNAMEW,
-                           WS_VISIBLE | CCS_NODIVIDER | TBSTYLE_FLAT | TBSTYLE_LIST |
-                               TBSTYLE_TOOLTIPS,
-                           frame, nullptr))
+    : window_(
+          create_child(TOOLBARCLASSNAMEW,
+                       WS_VISIBLE | CCS_NODIVIDER | TBSTYLE_FLAT | TBSTYLE_LIST | TBSTYLE_TOOLTIPS,
+                       frame, nullptr))
 {
     SendMessageW(window_, TB_BUTTONSTRUCTSIZE, sizeof(TBBUTTON), 0);
     // A text that is not shown beside the image is shown as a tooltip.
@@ -98,10 +97,10 @@ void Toolbar::on_dpi()
 
 void Toolbar::show_plugin(const PluginLibrary& plugin, HWND view)
 {
-    SendMessageW(window_, TB_DELETEBUTTON,
-                 static_cast<WPARAM>(
-                     SendMessageW(window_, TB_COMMANDTOINDEX, QUORREL_PLUGIN_COMMAND, 0)),
-                 0);
+    SendMessageW(
+        window_, TB_DELETEBUTTON,
+        static_cast<WPARAM>(SendMessageW(window_, TB_COMMANDTOINDEX, QUORREL_PLUGIN_COMMAND, 0)),
+        0);
     plugin_name_ = plugin.name(view);
     const int image = add_plugin_image(plugin, view);
     menu_bitmap_ = draw_for_menu(image);
@@ -133,8 +132,8 @@ int Toolbar::add_plugin_image(const PluginLibrary& plugin, HWND view)
 
 Toolbar::Bitmap Toolbar::draw_for_menu(int image) const
 {
-    const win32::IconHandle icon(
-        image >= 0 ? ImageList_GetIcon(images_.get(), image, ILD_NORMAL) : nullptr);
+    const win32::IconHandle icon(image >= 0 ? ImageList_GetIcon(images_.get(), image, ILD_NORMAL)
+                                            : nullptr);
     if (!icon)
         return {};
     // A menu wants the colours multiplied by the alpha, which drawing onto nothing gives.
@@ -157,8 +156,8 @@ Toolbar::Bitmap Toolbar::draw_for_menu(int image) const
 
 void Toolbar::set_plugin_status(PluginLibrary::Status status)
 {
-    const LRESULT state = (status.enabled ? TBSTATE_ENABLED : 0) |
-                          (status.checked ? TBSTATE_CHECKED : 0);
+    const LRESULT state =
+        (status.enabled ? TBSTATE_ENABLED : 0) | (status.checked ? TBSTATE_CHECKED : 0);
     if (SendMessageW(window_, TB_GETSTATE, QUORREL_PLUGIN_COMMAND, 0) != state)
         SendMessageW(window_, TB_SETSTATE, QUORREL_PLUGIN_COMMAND, state);
 }

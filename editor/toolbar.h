@@ -4,8 +4,8 @@
 #include "editor/plugin_library.h"
 #include "editor/ui.h"
 
-#include <commctrl.h>
 #include <windows.h>
+#include <commctrl.h>
 
 #include <string>
 

@@ -1,0 +1,209 @@
+#include "tests/support/editor_driver.h"
+
+#include "editor/resources/ids.h"
+#include "editor/text_file.h"
+#include "win32/window.h"
+
+#include <commctrl.h>
+
+#include <array>
+
+namespace support {
+
+namespace {
+
+// A file that was built, by the name that the build knows. Wine shows the root of the build machine
+// as a drive, where a path of this machine is one of the current drive.
+std::filesystem::path built(const char* path)
+{
+    return std::filesystem::absolute(path);
+}
+
+// A dialog box that keeps its owner waiting, or has none.
+bool is_box(HWND window)
+{
+    std::array<wchar_t, 16> name{};
+    GetClassNameW(window, name.data(), static_cast<int>(name.size()));
+    const HWND owner = GetWindow(window, GW_OWNER);
+    return IsWindowVisible(window) && std::wstring(name.data()) == L"#32770" &&
+           (owner == nullptr || !IsWindowEnabled(owner));
+}
+
+}  // namespace
+
+std::filesystem::path delivered_plugin()
+{
+    return built(REVLANE_DIST_DIR) / L"Revlane.dll";
+}
+
+std::filesystem::path fake_plugin()
+{
+    return built(FAKE_PLUGIN_FILE);
+}
+
+EditorDriver::EditorDriver(const std::filesystem::path& plugin, std::string_view settings,
+                           const std::function<void(quorrel::Options&)>& change)
+{
+    quorrel::Options options;
+    options.settings = folder() / L"settings.ini";
+    options.plugin = plugin;
+    if (!settings.empty())
+        quorrel::write_file(options.settings, settings);
+    if (change)
+        change(options);
+    editor_.emplace(std::move(options));
+    editor_->start();
+    pump();
+}
+
+EditorDriver::~EditorDriver()
+{
+    editor_.reset();
+    pump_waiting();
+}
+
+std::string EditorDriver::settings() const
+{
+    return quorrel::read_file(folder() / L"settings.ini").value_or(std::string());
+}
+
+void EditorDriver::issue_command()
+{
+    choose(window(), QUORREL_PLUGIN_COMMAND);
+    pump();
+}
+
+HWND EditorDriver::open_panel()
+{
+    if (panel() == nullptr)
+        issue_command();
+    return panel();
+}
+
+HWND EditorDriver::panel() const
+{
+    const auto& bars = frame().bars();
+    return bars.empty() ? nullptr : bars.front()->dialog();
+}
+
+void EditorDriver::press_close_button()
+{
+    const quorrel::DockedBar& bar = *frame().bars().front();
+    const RECT button = bar.close_button();
+    const LPARAM middle =
+        MAKELPARAM((button.left + button.right) / 2, (button.top + button.bottom) / 2);
+    PostMessageW(bar.window(), WM_LBUTTONDOWN, MK_LBUTTON, middle);
+    PostMessageW(bar.window(), WM_LBUTTONUP, 0, middle);
+    pump();
+}
+
+void EditorDriver::press_key(HWND window, WPARAM key)
+{
+    PostMessageW(window, WM_KEYDOWN, key, 1);
+    // Up again, and it was down before.
+    PostMessageW(window, WM_KEYUP, key, static_cast<LPARAM>(0xC0000001U));
+    pump();
+}
+
+void EditorDriver::close()
+{
+    editor_->close_all();
+    pump();
+}
+
+bool EditorDriver::wait(const std::function<bool()>& condition, std::chrono::milliseconds deadline)
+{
+    return pump_until(condition, deadline, dispatch());
+}
+
+void EditorDriver::pump()
+{
+    // Something has to be dispatched for what the editor does after a message.
+    PostThreadMessageW(GetCurrentThreadId(), WM_NULL, 0, 0);
+    pump_waiting(dispatch());
+}
+
+Dispatch EditorDriver::dispatch()
+{
+    return [this](MSG& message) { editor_->dispatch(message); };
+}
+
+std::wstring control_text(HWND dialog, int id)
+{
+    return win32::window_text(GetDlgItem(dialog, id));
+}
+
+void set_control_text(HWND dialog, int id, const std::wstring& text)
+{
+    SetDlgItemTextW(dialog, id, text.c_str());
+}
+
+bool is_control_enabled(HWND dialog, int id)
+{
+    return IsWindowEnabled(GetDlgItem(dialog, id)) != FALSE;
+}
+
+void click(HWND dialog, int id)
+{
+    PostMessageW(GetDlgItem(dialog, id), BM_CLICK, 0, 0);
+}
+
+void choose(HWND window, int command)
+{
+    PostMessageW(window, WM_COMMAND, MAKEWPARAM(command, 0), 0);
+}
+
+std::vector<std::vector<std::wstring>> rows_of(HWND dialog, int list)
+{
+    return quorrel::list_rows(GetDlgItem(dialog, list));
+}
+
+void select_rows(HWND dialog, int list, const std::vector<int>& rows)
+{
+    const HWND window = GetDlgItem(dialog, list);
+    ListView_SetItemState(window, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
+    for (const int row : rows)
+        ListView_SetItemState(window, row, LVIS_SELECTED | LVIS_FOCUSED,
+                              LVIS_SELECTED | LVIS_FOCUSED);
+}
+
+BoxAnswer::BoxAnswer(int button) : button_(button)
+{
+    constexpr UINT INTERVAL_MILLISECONDS = 20;
+    active_ = this;
+    timer_ = SetTimer(nullptr, 0, INTERVAL_MILLISECONDS, look);
+}
+
+BoxAnswer::~BoxAnswer()
+{
+    KillTimer(nullptr, timer_);
+    active_ = nullptr;
+}
+
+void BoxAnswer::look(HWND, UINT, UINT_PTR, DWORD)
+{
+    EnumThreadWindows(
+        GetCurrentThreadId(),
+        [](HWND window, LPARAM) -> BOOL {
+            if (active_ == nullptr || active_->text_ || !is_box(window))
+                return TRUE;
+            active_->answer(window);
+            return FALSE;
+        },
+        0);
+}
+
+void BoxAnswer::answer(HWND box)
+{
+    std::wstring text = win32::window_text(box);
+    for (HWND child = GetWindow(box, GW_CHILD); child != nullptr;
+         child = GetWindow(child, GW_HWNDNEXT))
+        text += L'\n' + win32::window_text(child);
+    text_ = std::move(text);
+    // The one is understood by task dialogs, the other by message boxes.
+    SendMessageW(box, TDM_CLICK_BUTTON, static_cast<WPARAM>(button_), 0);
+    if (IsWindow(box))
+        SendMessageW(box, WM_COMMAND, static_cast<WPARAM>(button_), 0);
+}
+
+}  // namespace support
