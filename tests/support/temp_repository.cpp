@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 #include <fmt/xchar.h>
+#include <gsl/narrow>
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -162,37 +163,37 @@ std::wstring command_line(const std::vector<std::string>& arguments)
 }
 
 // A file that a child writes one of its outputs to. Unlike a pipe, it is at its end when the child
-// is, even if another process has inherited it.
+// is, even if another process has inherited it. It goes with its last handle.
 class OutputFile {
 public:
     OutputFile()
     {
         std::array<wchar_t, MAX_PATH + 1> name{};
         GetTempFileNameW(temporary_folder().c_str(), L"rev", 0, name.data());
-        path_ = name.data();
         SECURITY_ATTRIBUTES inheritable{sizeof(inheritable), nullptr, TRUE};
-        handle_.reset(CreateFileW(path_.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inheritable,
-                                  CREATE_ALWAYS, FILE_ATTRIBUTE_TEMPORARY, nullptr));
+        handle_.reset(CreateFileW(name.data(), GENERIC_READ | GENERIC_WRITE, 0, &inheritable,
+                                  CREATE_ALWAYS,
+                                  FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr));
         if (!handle_)
-            throw std::runtime_error("cannot create " + win32::to_utf8(path_.native()));
+            throw std::runtime_error("cannot create " + win32::to_utf8(name.data()));
     }
-    ~OutputFile()
-    {
-        handle_.reset();
-        DeleteFileW(path_.c_str());
-    }
-    OutputFile(const OutputFile&) = delete;
-    OutputFile& operator=(const OutputFile&) = delete;
     [[nodiscard]] HANDLE handle() const noexcept { return handle_.get(); }
-    // Once the child has ended.
-    [[nodiscard]] std::string text()
+    // What the child has written, once it has ended.
+    [[nodiscard]] std::string text() const
     {
-        handle_.reset();
-        return read_bytes(path_);
+        LARGE_INTEGER size{};
+        GetFileSizeEx(handle_.get(), &size);
+        std::string bytes(gsl::narrow<std::size_t>(size.QuadPart), '\0');
+        SetFilePointerEx(handle_.get(), LARGE_INTEGER{}, nullptr, FILE_BEGIN);
+        DWORD read = 0;
+        if (!ReadFile(handle_.get(), bytes.data(), gsl::narrow<DWORD>(bytes.size()), &read,
+                      nullptr) ||
+            read != bytes.size())
+            throw std::runtime_error("cannot read what git has printed");
+        return bytes;
     }
 
 private:
-    fs::path path_;
     win32::FileHandle handle_;
 };
 
@@ -342,8 +343,8 @@ GitRun run_git(const fs::path& folder, const std::vector<std::string>& arguments
     SetEnvironmentVariableW(L"GIT_AUTHOR_DATE", date.c_str());
     SetEnvironmentVariableW(L"GIT_COMMITTER_DATE", date.c_str());
 
-    OutputFile output;
-    OutputFile errors;
+    const OutputFile output;
+    const OutputFile errors;
     GitRun run{};
     run.exit_code = run_process(command_line(arguments), folder, output.handle(), errors.handle());
     run.output = output.text();
