@@ -43,7 +43,8 @@ Result<AheadBehind> ahead_behind(const git_reference* local, const git_reference
 Result<std::optional<std::string>> remote_name_of(const git_reference* reference);
 // A detached HEAD first, then every branch but "origin/HEAD" in libgit2's order.
 Result<BranchList> list_branches(git_repository* repository);
-// The targets of the tags whose name matches "*{text}*".
+// The commits of the tags whose name matches "*{text}*", once for each tag. A tag on anything else is
+// left out.
 Result<std::vector<git_oid>> tag_targets_matching(git_repository* repository, std::string_view text);
 Result<TagMap> tag_map(git_repository* repository);
 
