@@ -6,6 +6,7 @@
 #include "plugin/host/editor.h"
 #include "plugin/host/messages.h"
 #include "win32/handle.h"
+#include "win32/long_path.h"
 #include "win32/text.h"
 
 #include <fmt/format.h>
@@ -98,14 +99,15 @@ HANDLE create_for_writing(const path& file, DWORD disposition)
                        FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_TEMPORARY, nullptr);
 }
 
-git::Result<void> write_temp_file(const path& file, std::span<const std::byte> bytes)
+git::Result<void> write_temp_file(const path& name, std::span<const std::byte> bytes)
 {
     // Without a folder for temporary files nothing is written into whatever folder is current.
-    if (!file.is_absolute())
+    if (!name.is_absolute())
         return windows_failure(ERROR_PATH_NOT_FOUND);
+    const path file = win32::long_path(name);
     if (const auto removed = remove_former(file); !removed)
         return removed;
-    if (const auto created = create_folder(file.parent_path()); !created)
+    if (const auto created = create_folder(name.parent_path()); !created)
         return created;
     win32::FileHandle handle(create_for_writing(file, TRUNCATE_EXISTING));
     if (!handle)
@@ -294,18 +296,16 @@ git::Result<void> compare_versions(HWND frame, const git::Repository& repository
     const Comparison given(repository, change);
     const git::FileChange& file = given.change;
 
-    const auto left =
-        has_old_side(file.status)
-            ? write_side_or_empty(given.repository, file.old_id, file.old_path)
-            : write_empty_side();
+    const auto left = has_old_side(file.status)
+                          ? write_side_or_empty(given.repository, file.old_id, file.old_path)
+                          : write_empty_side();
     if (!left)
         return tl::unexpected(left.error());
     open_temporary(frame, *left, file.old_path + (index_labels ? L" (HEAD)" : L" (old)"));
 
-    const auto right =
-        has_new_side(file.status)
-            ? write_side_or_empty(given.repository, file.new_id, file.new_path)
-            : write_empty_side();
+    const auto right = has_new_side(file.status)
+                           ? write_side_or_empty(given.repository, file.new_id, file.new_path)
+                           : write_empty_side();
     if (!right)
         return tl::unexpected(right.error());
     open_temporary(frame, *right, file.new_path + (index_labels ? L" (Index)" : L" (new)"));
@@ -352,7 +352,7 @@ git::Result<void> open_working_tree_file(HWND frame, const git::Repository& repo
                                          std::wstring_view relative_path)
 {
     const path file = working_tree_file(repository, relative_path);
-    const DWORD attributes = GetFileAttributesW(file.c_str());
+    const DWORD attributes = GetFileAttributesW(win32::long_path(file).c_str());
     DWORD code = ERROR_SUCCESS;
     if (attributes == INVALID_FILE_ATTRIBUTES)
         code = GetLastError();
@@ -373,7 +373,8 @@ void remove_temp_directory() noexcept
             return;
         if (GetLastError() == ERROR_DIR_NOT_EMPTY)
             remove_tree(folder);
-    } catch (...) {  // NOLINT(bugprone-empty-catch): without memory the files stay for the next time
+    } catch (
+        ...) {  // NOLINT(bugprone-empty-catch): without memory the files stay for the next time
     }
 }
 

@@ -1,0 +1,419 @@
+#include "changes/changes_list_base.h"
+
+#include "changes/row_text.h"
+#include "git/diffs.h"
+#include "plugin/host/localized.h"
+#include "win32/clipboard.h"
+#include "win32/handle.h"
+
+#include <windows.h>
+#include <windowsx.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+
+namespace revlane {
+
+namespace {
+
+using Rows = std::vector<git::FileChange>;
+
+// The characters that WM_CHAR carries for Ctrl+A and Ctrl+C.
+constexpr WPARAM CHARACTER_CTRL_A = 1;
+constexpr WPARAM CHARACTER_CTRL_C = 3;
+
+// Whether a user would see no difference.
+bool look_the_same(const Rows& left, const Rows& right)
+{
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [](const git::FileChange& a, const git::FileChange& b) {
+                          return a.status == b.status && a.new_path == b.new_path;
+                      });
+}
+
+// Finds the rows of a former list in the present one by their paths.
+class RowsByPath {
+public:
+    explicit RowsByPath(const Rows& rows)
+    {
+        rows_.reserve(rows.size());
+        for (std::size_t i = 0; i < rows.size(); ++i)
+            rows_.emplace(rows[i].new_path, static_cast<int>(i));
+    }
+
+    [[nodiscard]] std::optional<int> find(const git::FileChange& change) const
+    {
+        const auto found = rows_.find(change.new_path);
+        return found != rows_.end() ? std::optional(found->second) : std::nullopt;
+    }
+
+    // The present row of `row` of the former list, or of the nearest after it that is left, or else
+    // of the nearest before it.
+    [[nodiscard]] std::optional<int> find_nearest(const Rows& former, std::size_t row) const
+    {
+        for (std::size_t i = row; i < former.size(); ++i)
+            if (const auto found = find(former[i]))
+                return found;
+        for (std::size_t i = std::min(row, former.size()); i > 0; --i)
+            if (const auto found = find(former[i - 1]))
+                return found;
+        return std::nullopt;
+    }
+
+private:
+    std::unordered_map<std::wstring_view, int> rows_;
+};
+
+int next_row(HWND list, int row, UINT state)
+{
+    return static_cast<int>(
+        SendMessageW(list, LVM_GETNEXTITEM, static_cast<WPARAM>(row), MAKELPARAM(state, 0)));
+}
+
+void set_row_state(HWND list, int row, UINT state)
+{
+    LVITEMW item{};
+    item.state = state;
+    item.stateMask = state;
+    SendMessageW(list, LVM_SETITEMSTATE, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
+}
+
+RECT row_bounds(HWND list, int row)
+{
+    RECT bounds{};
+    bounds.left = LVIR_BOUNDS;
+    SendMessageW(list, LVM_GETITEMRECT, static_cast<WPARAM>(row),
+                 reinterpret_cast<LPARAM>(&bounds));
+    return bounds;
+}
+
+bool is_asked_for_return(LPARAM lparam)
+{
+    const auto* message = reinterpret_cast<const MSG*>(lparam);
+    return message != nullptr && message->message == WM_KEYDOWN && message->wParam == VK_RETURN;
+}
+
+// Keeps the control from painting, and from moving its scroll bars, for as long as it lives.
+class RedrawPause {
+public:
+    explicit RedrawPause(HWND list) : list_(list) { SendMessageW(list_, WM_SETREDRAW, FALSE, 0); }
+    ~RedrawPause()
+    {
+        // Of no window at all the whole screen would be drawn anew.
+        if (list_ == nullptr)
+            return;
+        SendMessageW(list_, WM_SETREDRAW, TRUE, 0);
+        RedrawWindow(list_, nullptr, nullptr,
+                     RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN | RDW_FRAME);
+    }
+    RedrawPause(const RedrawPause&) = delete;
+    RedrawPause& operator=(const RedrawPause&) = delete;
+
+private:
+    HWND list_;
+};
+
+void disable(HMENU menu, UINT command)
+{
+    EnableMenuItem(menu, command, MF_BYCOMMAND | MF_DISABLED);
+}
+
+}  // namespace
+
+// What the user has before him: rows by their number.
+struct ChangesListBase::View {
+    std::vector<std::size_t> selected;
+    std::optional<std::size_t> focused;
+    std::size_t top = 0;
+};
+
+void ChangesListBase::attach(HWND owner, HWND list, std::wstring empty_text)
+{
+    owner_ = owner;
+    list_ = list;
+    empty_text_ = std::move(empty_text);
+    // Paths that the column cuts off unfold under the pointer.
+    constexpr DWORD styles = LVS_EX_DOUBLEBUFFER | LVS_EX_FULLROWSELECT | LVS_EX_LABELTIP;
+    SendMessageW(list_, LVM_SETEXTENDEDLISTVIEWSTYLE, styles, styles);
+    LVCOLUMNW column{};
+    SendMessageW(list_, LVM_INSERTCOLUMNW, 0, reinterpret_cast<LPARAM>(&column));
+    fit_column();
+    subclass_.emplace(list_,
+                      [this](const win32::Message& message) { return on_list_message(message); });
+}
+
+void ChangesListBase::change_repository(const git::Repository* repository)
+{
+    repo_ = repository;
+    set_changes({});
+    is_filled_ = false;
+}
+
+void ChangesListBase::set_changes(Rows changes)
+{
+    // All texts first: one that cannot be made must not leave the control half filled.
+    std::vector<std::wstring> texts;
+    texts.reserve(changes.size());
+    std::transform(changes.begin(), changes.end(), std::back_inserter(texts), row_text);
+    changes_ = std::move(changes);
+    is_filled_ = true;
+
+    const RedrawPause pause(list_);
+    SendMessageW(list_, LVM_DELETEALLITEMS, 0, 0);
+    SendMessageW(list_, LVM_SETITEMCOUNT, texts.size(), 0);
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        LVITEMW item{};
+        item.mask = LVIF_TEXT;
+        item.iItem = static_cast<int>(i);
+        item.pszText = texts[i].data();
+        SendMessageW(list_, LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item));
+    }
+}
+
+void ChangesListBase::update_changes(Rows changes)
+{
+    if (is_filled_ && look_the_same(changes_, changes)) {
+        // The ids may differ none the less.
+        changes_ = std::move(changes);
+        return;
+    }
+    const View shown = view();
+    const Rows former = changes_;
+    set_changes(std::move(changes));
+    restore(shown, former);
+}
+
+std::vector<const git::FileChange*> ChangesListBase::selected() const
+{
+    std::vector<const git::FileChange*> rows;
+    for (const std::size_t row : view().selected)
+        rows.push_back(&changes_[row]);
+    return rows;
+}
+
+void ChangesListBase::copy_selected() const
+{
+    std::wstring text;
+    for (const git::FileChange* change : selected()) {
+        text += change->new_path;
+        text += L'\n';
+    }
+    if (!text.empty())
+        win32::set_clipboard_text(list_, text);
+}
+
+void ChangesListBase::select_all()
+{
+    const RedrawPause pause(list_);
+    const auto count = static_cast<int>(SendMessageW(list_, LVM_GETITEMCOUNT, 0, 0));
+    for (int row = 0; row < count; ++row) {
+        LVITEMW item{};
+        item.mask = LVIF_STATE;
+        item.iItem = row;
+        item.state = LVIS_SELECTED;
+        item.stateMask = LVIS_SELECTED;
+        SendMessageW(list_, LVM_SETITEMW, 0, reinterpret_cast<LPARAM>(&item));
+    }
+}
+
+void ChangesListBase::fit_column()
+{
+    RECT client{};
+    GetClientRect(list_, &client);
+    SendMessageW(list_, LVM_SETCOLUMNWIDTH, 0, client.right);
+}
+
+win32::Handled ChangesListBase::on_owner_message(const win32::Message& message)
+{
+    if (list_ == nullptr)
+        return std::nullopt;
+    if (message.id == WM_NOTIFY) {
+        const auto& header = *reinterpret_cast<const NMHDR*>(message.lparam);
+        if (header.hwndFrom != list_ || !asks_for_default_action(header))
+            return std::nullopt;
+        on_default_action();
+        return 0;
+    }
+    if (message.id == WM_CONTEXTMENU && reinterpret_cast<HWND>(message.wparam) == list_) {
+        const bool by_keyboard =
+            GET_X_LPARAM(message.lparam) == -1 && GET_Y_LPARAM(message.lparam) == -1;
+        menu_position_ = by_keyboard ? std::optional(keyboard_menu_position()) : std::nullopt;
+        on_context_menu();
+        return 0;
+    }
+    return std::nullopt;
+}
+
+bool ChangesListBase::hold_submodule(const std::vector<const git::FileChange*>& rows) const
+{
+    if (rows.empty())
+        return false;
+    const auto paths = git::list_submodules(repo_->handle.get());
+    if (!paths)
+        return false;
+    const std::unordered_set<std::wstring_view> submodules(paths->begin(), paths->end());
+    return std::any_of(rows.begin(), rows.end(), [&](const git::FileChange* change) {
+        return submodules.contains(change->new_path);
+    });
+}
+
+void ChangesListBase::show_menu(UINT menu, UINT default_command, const std::vector<UINT>& disabled)
+{
+    const win32::MenuHandle loaded(LoadMenuW(host::resource_module(), MAKEINTRESOURCEW(menu)));
+    const HMENU popup = GetSubMenu(loaded.get(), 0);
+    if (popup == nullptr)
+        return;
+    SetMenuDefaultItem(popup, default_command, FALSE);
+    for (const UINT command : disabled)
+        disable(popup, command);
+    POINT position{};
+    GetCursorPos(&position);
+    position = std::exchange(menu_position_, std::nullopt).value_or(position);
+    TrackPopupMenuEx(popup, TPM_RIGHTBUTTON, position.x, position.y, owner_, nullptr);
+}
+
+win32::Handled ChangesListBase::on_list_message(const win32::Message& message)
+{
+    switch (message.id) {
+    case WM_SIZE:
+        // Before the control lays itself out, so that no horizontal scroll bar shows up for it.
+        fit_column();
+        if (changes_.empty())
+            InvalidateRect(list_, nullptr, TRUE);
+        return std::nullopt;
+    case WM_GETDLGCODE: {
+        const LRESULT code =
+            DefSubclassProc(message.window, message.id, message.wparam, message.lparam);
+        return is_asked_for_return(message.lparam) ? code | DLGC_WANTMESSAGE : code;
+    }
+    case WM_KEYDOWN:
+        return on_key(message.wparam) ? win32::Handled(0) : std::nullopt;
+    case WM_CHAR:
+        // Otherwise the control would look for a row that begins with it, and beep.
+        if (message.wparam == CHARACTER_CTRL_A || message.wparam == CHARACTER_CTRL_C)
+            return 0;
+        return std::nullopt;
+    case WM_PAINT: {
+        const LRESULT result =
+            DefSubclassProc(message.window, message.id, message.wparam, message.lparam);
+        if (is_filled_ && changes_.empty())
+            paint_empty_text();
+        return result;
+    }
+    case WM_NCDESTROY:
+        list_ = nullptr;
+        return std::nullopt;
+    default:
+        return std::nullopt;
+    }
+}
+
+bool ChangesListBase::on_key(WPARAM key)
+{
+    if (GetKeyState(VK_CONTROL) >= 0 || GetKeyState(VK_MENU) < 0)
+        return false;
+    switch (key) {
+    case 'A':
+        select_all();
+        return true;
+    case 'C':
+        copy_selected();
+        return true;
+    default:
+        return false;
+    }
+}
+
+void ChangesListBase::paint_empty_text() const
+{
+    const win32::WindowDc dc(list_);
+    if (dc.get() == nullptr)
+        return;
+    const auto font = reinterpret_cast<HFONT>(SendMessageW(list_, WM_GETFONT, 0, 0));
+    const win32::SelectedObject selected(dc.get(),
+                                         font != nullptr ? font : GetStockObject(DEFAULT_GUI_FONT));
+    RECT client{};
+    GetClientRect(list_, &client);
+    SetTextColor(dc.get(), GetSysColor(COLOR_GRAYTEXT));
+    // Opaque, since the part of the control that was not to be painted still shows the text.
+    SetBkMode(dc.get(), OPAQUE);
+    SetBkColor(dc.get(), static_cast<COLORREF>(SendMessageW(list_, LVM_GETBKCOLOR, 0, 0)));
+    DrawTextW(dc.get(), empty_text_.data(), static_cast<int>(empty_text_.size()), &client,
+              DT_CENTER | DT_VCENTER | DT_SINGLELINE | DT_END_ELLIPSIS | DT_NOPREFIX);
+}
+
+POINT ChangesListBase::keyboard_menu_position() const
+{
+    POINT position{};
+    int row = next_row(list_, -1, LVNI_SELECTED | LVNI_FOCUSED);
+    if (row < 0)
+        row = next_row(list_, -1, LVNI_SELECTED);
+    if (row >= 0) {
+        RECT client{};
+        GetClientRect(list_, &client);
+        position.y = std::clamp(row_bounds(list_, row).bottom, client.top, client.bottom);
+    }
+    ClientToScreen(list_, &position);
+    return position;
+}
+
+ChangesListBase::View ChangesListBase::view() const
+{
+    View shown;
+    // While the control is emptied it may still have rows that the vector has no longer.
+    const auto is_row = [this](int row) {
+        return row >= 0 && static_cast<std::size_t>(row) < changes_.size();
+    };
+    for (int row = next_row(list_, -1, LVNI_SELECTED); is_row(row);
+         row = next_row(list_, row, LVNI_SELECTED))
+        shown.selected.push_back(static_cast<std::size_t>(row));
+    if (const int row = next_row(list_, -1, LVNI_FOCUSED); is_row(row))
+        shown.focused = static_cast<std::size_t>(row);
+    shown.top = static_cast<std::size_t>(SendMessageW(list_, LVM_GETTOPINDEX, 0, 0));
+    return shown;
+}
+
+void ChangesListBase::restore(const View& view, const Rows& former)
+{
+    const RowsByPath rows(changes_);
+    {
+        const RedrawPause pause(list_);
+        for (const std::size_t selected : view.selected)
+            if (const auto row = rows.find(former[selected]))
+                set_row_state(list_, *row, LVIS_SELECTED);
+    }
+    const auto focused = view.focused ? rows.find_nearest(former, *view.focused) : std::nullopt;
+    if (focused) {
+        set_row_state(list_, *focused, LVIS_FOCUSED);
+        SendMessageW(list_, LVM_SETSELECTIONMARK, 0, *focused);
+    }
+    // Not while painting pauses: the control scrolls by what it has laid out.
+    if (const auto row = rows.find_nearest(former, view.top))
+        scroll_to_top(*row);
+}
+
+void ChangesListBase::scroll_to_top(int row)
+{
+    const auto top = static_cast<int>(SendMessageW(list_, LVM_GETTOPINDEX, 0, 0));
+    if (row != top)
+        SendMessageW(list_, LVM_SCROLL, 0, row_bounds(list_, row).top - row_bounds(list_, top).top);
+}
+
+bool ChangesListBase::asks_for_default_action(const NMHDR& header) const
+{
+    switch (header.code) {
+    case NM_DBLCLK:
+        return reinterpret_cast<const NMITEMACTIVATE&>(header).iItem >= 0;
+    case NM_RETURN:
+        return SendMessageW(list_, LVM_GETSELECTEDCOUNT, 0, 0) > 0;
+    default:
+        return false;
+    }
+}
+
+}  // namespace revlane

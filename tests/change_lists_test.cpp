@@ -1,0 +1,723 @@
+// The change lists in a dialog with real list-view controls, on real repositories.
+#include "changes/change_lists.h"
+
+#include "changes/messages.h"
+#include "git/git.h"
+#include "plugin/host/localized.h"
+#include "resources/ids.h"
+#include "tests/support/localized_texts.h"
+#include "tests/support/pump.h"
+#include "tests/support/temp_repository.h"
+#include "win32/handle.h"
+#include "win32/posted.h"
+#include "win32/text.h"
+#include "win32/window.h"
+
+#include <fmt/xchar.h>
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <array>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <semaphore>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace revlane {
+
+namespace {
+
+using git::ChangeStatus;
+using git::FileChange;
+using Texts = std::vector<std::wstring>;
+
+FileChange change(const std::wstring& path, ChangeStatus status = ChangeStatus::Modified)
+{
+    return {path, path, std::nullopt, std::nullopt, status};
+}
+
+std::vector<FileChange> numbered_changes(int count, int step = 1)
+{
+    std::vector<FileChange> changes;
+    for (int i = 0; i < count; i += step)
+        changes.push_back(change(fmt::format(L"folder/file {:05}.txt", i)));
+    return changes;
+}
+
+LRESULT send(HWND list, UINT message, int wparam = 0, LPARAM lparam = 0)
+{
+    return SendMessageW(list, message, static_cast<WPARAM>(wparam), lparam);
+}
+
+std::wstring text_of(HWND list, int row)
+{
+    std::array<wchar_t, 1000> buffer{};
+    LVITEMW item{};
+    item.pszText = buffer.data();
+    item.cchTextMax = static_cast<int>(buffer.size());
+    send(list, LVM_GETITEMTEXTW, row, reinterpret_cast<LPARAM>(&item));
+    return buffer.data();
+}
+
+Texts rows_of(HWND list)
+{
+    Texts rows;
+    for (int row = 0; row < send(list, LVM_GETITEMCOUNT); ++row)
+        rows.push_back(text_of(list, row));
+    return rows;
+}
+
+Texts selected_of(HWND list)
+{
+    Texts rows;
+    for (auto row = send(list, LVM_GETNEXTITEM, -1, LVNI_SELECTED); row >= 0;
+         row = send(list, LVM_GETNEXTITEM, static_cast<int>(row), LVNI_SELECTED))
+        rows.push_back(text_of(list, static_cast<int>(row)));
+    return rows;
+}
+
+void set_state(HWND list, int row, UINT state)
+{
+    LVITEMW item{};
+    item.state = state;
+    item.stateMask = state;
+    send(list, LVM_SETITEMSTATE, row, reinterpret_cast<LPARAM>(&item));
+}
+
+void select_only(HWND list, const std::vector<int>& rows)
+{
+    LVITEMW item{};
+    item.stateMask = LVIS_SELECTED;
+    send(list, LVM_SETITEMSTATE, -1, reinterpret_cast<LPARAM>(&item));
+    for (const int row : rows)
+        set_state(list, row, LVIS_SELECTED);
+}
+
+std::wstring clipboard_text()
+{
+    if (!OpenClipboard(nullptr))
+        return L"the clipboard cannot be opened";
+    std::wstring text;
+    if (const HANDLE data = GetClipboardData(CF_UNICODETEXT)) {
+        text = static_cast<const wchar_t*>(GlobalLock(data));
+        GlobalUnlock(data);
+    }
+    CloseClipboard();
+    return text;
+}
+
+// Holds Ctrl down for its lifetime, for this thread.
+class ControlKey {
+public:
+    ControlKey() { set(0x80); }
+    ~ControlKey() { set(0); }
+    ControlKey(const ControlKey&) = delete;
+    ControlKey& operator=(const ControlKey&) = delete;
+
+private:
+    static void set(BYTE state)
+    {
+        std::array<BYTE, 256> keys{};
+        keys[VK_CONTROL] = state;
+        SetKeyboardState(keys.data());
+    }
+};
+
+// What a context menu showed.
+struct Menu {
+    std::vector<UINT> commands;
+    std::set<UINT> disabled;
+    UINT default_command = 0;
+    RECT rect{};
+};
+
+// A dialog in the place of the panel, with one list.
+class Owner {
+public:
+    Owner()
+    {
+        struct {
+            DLGTEMPLATE dialog;
+            std::array<WORD, 3> menu_class_title;
+        } templ{{WS_POPUP, 0, 0, 0, 0, 200, 150}, {}};
+        CreateDialogIndirectParamW(GetModuleHandleW(nullptr), &templ.dialog, nullptr,
+                                   win32::dialog_proc<Owner>, reinterpret_cast<LPARAM>(this));
+        // Without focus: Wine waits for two seconds as a window goes that has been active.
+        ShowWindow(dialog, SW_SHOWNA);
+    }
+    ~Owner()
+    {
+        if (dialog != nullptr)
+            DestroyWindow(dialog);
+    }
+    Owner(const Owner&) = delete;
+    Owner& operator=(const Owner&) = delete;
+
+    win32::Handled handle(const win32::Message& message)
+    {
+        if (changes_list != nullptr)
+            if (const auto handled = changes_list->on_owner_message(message))
+                return handled;
+        switch (message.id) {
+        case WM_INITDIALOG:
+            dialog = message.window;
+            list = CreateWindowExW(0, WC_LISTVIEWW, L"",
+                                   WS_CHILD | WS_VISIBLE | WS_TABSTOP | LVS_REPORT |
+                                       LVS_NOCOLUMNHEADER | LVS_SHOWSELALWAYS,
+                                   0, 0, 300, 200, dialog, nullptr, nullptr, nullptr);
+            return FALSE;
+        case WM_COMMAND:
+            commands.push_back(static_cast<UINT>(message.wparam));
+            return 0;
+        case WM_INITMENUPOPUP:
+            read_menu(reinterpret_cast<HMENU>(message.wparam));
+            return 0;
+        case WM_ENTERIDLE:
+            GetWindowRect(reinterpret_cast<HWND>(message.lparam), &menu.rect);
+            EndMenu();
+            return 0;
+        case WM_REVLANE_CHANGES:
+            results.push_back(win32::take_owned<ChangesResult>(message.wparam));
+            order += 'C';
+            return 0;
+        case WM_REVLANE_TASK_DONE:
+            order += 'D';
+            return 0;
+        case WM_NCDESTROY:
+            win32::drain_owned<ChangesResult>(dialog, WM_REVLANE_CHANGES);
+            dialog = nullptr;
+            return std::nullopt;
+        default:
+            return std::nullopt;
+        }
+    }
+
+    // What the context menu shows when it is asked for at the cursor.
+    Menu context_menu()
+    {
+        menu = {};
+        SendMessageW(dialog, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(list), MAKELPARAM(5, 5));
+        return menu;
+    }
+
+    HWND dialog = nullptr;
+    HWND list = nullptr;
+    ChangesListBase* changes_list = nullptr;
+    std::vector<UINT> commands;
+    Menu menu;
+    std::vector<std::unique_ptr<ChangesResult>> results;
+    std::string order;
+
+private:
+    void read_menu(HMENU popup)
+    {
+        menu.default_command = GetMenuDefaultItem(popup, FALSE, GMDI_USEDISABLED);
+        for (int i = 0; i < GetMenuItemCount(popup); ++i) {
+            const UINT id = GetMenuItemID(popup, i);
+            if (id == 0)
+                continue;
+            menu.commands.push_back(id);
+            const UINT state = GetMenuState(popup, id, MF_BYCOMMAND);
+            if ((state & (MF_DISABLED | MF_GRAYED)) != 0)
+                menu.disabled.insert(id);
+        }
+    }
+};
+
+// A list of either kind in its dialog.
+template <typename List>
+struct Bound {
+    template <typename... Arguments>
+    explicit Bound(Arguments&... arguments) : changes(arguments...)
+    {
+        changes.attach(owner.dialog, owner.list, L"No changes");
+        owner.changes_list = &changes;
+    }
+    ~Bound() { owner.changes_list = nullptr; }
+    Bound(const Bound&) = delete;
+    Bound& operator=(const Bound&) = delete;
+
+    Owner owner;
+    List changes;
+};
+
+class ChangeLists : public testing::Test {
+protected:
+    support::LocalizedTexts texts_;
+};
+
+// Rows that a test sets itself.
+class ListRows : public ChangeLists {
+protected:
+    [[nodiscard]] HWND list() const { return bound_.owner.list; }
+
+    Bound<StagedList> bound_;
+    StagedList& changes_ = bound_.changes;
+};
+
+git::Repository open(const support::TempRepository& files)
+{
+    return *git::open_repository(files.path());
+}
+
+}  // namespace
+
+TEST_F(ListRows, ShowThePathAndTheStatus)
+{
+    FileChange renamed{L"alt.txt", L"neu ä.txt", std::nullopt, std::nullopt, ChangeStatus::Renamed};
+    changes_.set_changes({change(L"a/modified.txt"), change(L"added", ChangeStatus::Added),
+                          change(L"untracked", ChangeStatus::Untracked),
+                          change(L"deleted", ChangeStatus::Deleted), renamed,
+                          change(L"both", ChangeStatus::Conflicted)});
+    const auto labelled = [](const std::wstring& path, UINT id) {
+        const std::wstring label = host::load_text(id);
+        EXPECT_FALSE(label.empty());
+        return path + L" (" + label + L")";
+    };
+    EXPECT_EQ(rows_of(list()), (Texts{L"a/modified.txt", labelled(L"added", 113),
+                                      labelled(L"untracked", 113), labelled(L"deleted", 114),
+                                      labelled(L"neu ä.txt", 115), labelled(L"both", 116)}));
+
+    // A fault of ours is thrown before anything changes.
+    EXPECT_THROW(changes_.set_changes({change(L"x"), change(L"y", static_cast<ChangeStatus>(6))}),
+                 std::runtime_error);
+    EXPECT_EQ(rows_of(list()).size(), 6u);
+    EXPECT_EQ(changes_.changes().size(), 6u);
+}
+
+TEST_F(ListRows, TheControlIsFilledInOneGo)
+{
+    changes_.set_changes(numbered_changes(2));
+    std::vector<UINT> messages;
+    const win32::Subclass recorder(
+        list(),
+        [&](const win32::Message& message) -> win32::Handled {
+            const bool fills = message.id == WM_SETREDRAW || message.id == LVM_DELETEALLITEMS ||
+                               message.id == LVM_SETITEMCOUNT || message.id == LVM_INSERTITEMW;
+            if (fills)
+                messages.push_back(message.id);
+            return std::nullopt;
+        },
+        1);
+    changes_.set_changes(numbered_changes(3));
+    EXPECT_EQ(messages,
+              (std::vector<UINT>{WM_SETREDRAW, LVM_DELETEALLITEMS, LVM_SETITEMCOUNT,
+                                 LVM_INSERTITEMW, LVM_INSERTITEMW, LVM_INSERTITEMW, WM_SETREDRAW}));
+
+    // Rows that look the same are left alone: nothing is sent, nothing is painted anew.
+    messages.clear();
+    UpdateWindow(list());
+    std::vector<FileChange> same = numbered_changes(3);
+    same[1].new_id = git_oid{};
+    changes_.update_changes(same);
+    EXPECT_TRUE(messages.empty());
+    EXPECT_FALSE(GetUpdateRect(list(), nullptr, FALSE));
+    EXPECT_TRUE(changes_.changes()[1].new_id.has_value());
+}
+
+TEST_F(ListRows, SelectionFocusAndTopRowSurviveAnUpdate)
+{
+    changes_.set_changes(numbered_changes(1000));
+    select_only(list(), {500, 503, 506, 900});
+    set_state(list(), 503, LVIS_FOCUSED);
+    send(list(), LVM_ENSUREVISIBLE, 999);
+    send(list(), LVM_ENSUREVISIBLE, 498);
+    ASSERT_EQ(send(list(), LVM_GETTOPINDEX), 498);
+    const std::wstring top = text_of(list(), 498);
+    const std::wstring focused = text_of(list(), 503);
+
+    std::vector<FileChange> changes = numbered_changes(1000);
+    changes.erase(changes.begin() + 506);
+    changes.erase(changes.begin() + 10, changes.begin() + 20);
+    changes.insert(changes.begin(), change(L"a new file", ChangeStatus::Untracked));
+    changes_.update_changes(changes);
+    const auto focus_text = [this] {
+        const auto row = send(list(), LVM_GETNEXTITEM, -1, LVNI_FOCUSED);
+        return row >= 0 ? text_of(list(), static_cast<int>(row)) : L"none";
+    };
+    const auto top_text = [this] {
+        return text_of(list(), static_cast<int>(send(list(), LVM_GETTOPINDEX)));
+    };
+    EXPECT_EQ(selected_of(list()), (Texts{L"folder/file 00500.txt", L"folder/file 00503.txt",
+                                          L"folder/file 00900.txt"}));
+    EXPECT_EQ(focus_text(), focused);
+    EXPECT_EQ(top_text(), top);
+
+    // When the focused and the top row are gone, the next ones that are left stand in for them.
+    changes_.update_changes(numbered_changes(1000, 10));
+    EXPECT_EQ(selected_of(list()), (Texts{L"folder/file 00500.txt", L"folder/file 00900.txt"}));
+    EXPECT_EQ(focus_text(), L"folder/file 00510.txt");
+    EXPECT_EQ(top_text(), L"folder/file 00500.txt");
+
+    // Shorter than before, and then empty.
+    changes_.update_changes(numbered_changes(20));
+    EXPECT_TRUE(selected_of(list()).size() <= 1);
+    EXPECT_EQ(rows_of(list()).size(), 20u);
+    changes_.update_changes({});
+    EXPECT_TRUE(rows_of(list()).empty());
+    changes_.update_changes(numbered_changes(5));
+    EXPECT_EQ(rows_of(list()).size(), 5u);
+}
+
+TEST_F(ListRows, TenThousandRowsAreQuick)
+{
+    using Clock = std::chrono::steady_clock;
+    const auto milliseconds = [](Clock::time_point start) {
+        const auto passed = Clock::now() - start;
+        return std::chrono::duration_cast<std::chrono::milliseconds>(passed).count();
+    };
+    std::vector<FileChange> changes = numbered_changes(10'000);
+    for (FileChange& one : changes)
+        one.status = ChangeStatus::Untracked;
+
+    auto start = Clock::now();
+    changes_.set_changes(changes);
+    const auto filled = milliseconds(start);
+    start = Clock::now();
+    changes_.select_all();
+    const auto selected = milliseconds(start);
+    changes.pop_back();
+    start = Clock::now();
+    changes_.update_changes(changes);
+    const auto updated = milliseconds(start);
+    EXPECT_EQ(changes_.selected().size(), 9'999u);
+    RecordProperty("fill_ms", static_cast<int>(filled));
+    RecordProperty("select_all_ms", static_cast<int>(selected));
+    RecordProperty("update_ms", static_cast<int>(updated));
+    // Many times what a slow machine needs: only a cost that grows with the square fails.
+    EXPECT_LT(filled + selected + updated, 30'000);
+}
+
+TEST_F(ListRows, CopyingPutsEachPathAndALineFeedOnTheClipboard)
+{
+    changes_.set_changes({change(L"a/ä.txt", ChangeStatus::Added), change(L"b"), change(L"c"),
+                          change(L"d e \U0001F600.txt", ChangeStatus::Deleted)});
+    select_only(list(), {3, 0, 2});
+    const ControlKey control;
+    SendMessageW(list(), WM_KEYDOWN, 'C', 0);
+    EXPECT_EQ(clipboard_text(), L"a/ä.txt\nc\nd e \U0001F600.txt\n");
+
+    select_only(list(), {});
+    changes_.copy_selected();
+    EXPECT_EQ(clipboard_text(), L"a/ä.txt\nc\nd e \U0001F600.txt\n") << "nothing selected";
+
+    SendMessageW(list(), WM_KEYDOWN, 'A', 0);
+    EXPECT_EQ(changes_.selected().size(), 4u);
+    EXPECT_EQ(changes_.selected()[3]->new_path, L"d e \U0001F600.txt");
+}
+
+TEST_F(ListRows, ADoubleClickAndReturnSendTheDefaultCommand)
+{
+    changes_.set_changes(numbered_changes(2));
+    Owner& owner = bound_.owner;
+    MSG key{list(), WM_KEYDOWN, VK_RETURN, 0, 0, {}};
+    SetFocus(list());
+    EXPECT_TRUE(IsDialogMessageW(owner.dialog, &key));
+    EXPECT_TRUE(owner.commands.empty()) << "no row is selected";
+
+    select_only(list(), {1});
+    set_state(list(), 1, LVIS_FOCUSED);
+    EXPECT_TRUE(IsDialogMessageW(owner.dialog, &key));
+    EXPECT_EQ(owner.commands, (std::vector<UINT>{40111}));
+
+    SendMessageW(list(), WM_LBUTTONDBLCLK, MK_LBUTTON, MAKELPARAM(10, 5));
+    EXPECT_EQ(owner.commands, (std::vector<UINT>{40111, 40111}));
+    // Below the last row.
+    SendMessageW(list(), WM_LBUTTONDBLCLK, MK_LBUTTON, MAKELPARAM(10, 150));
+    EXPECT_EQ(owner.commands.size(), 2u);
+    // Escape stays the dialog's.
+    MSG escape{list(), WM_KEYDOWN, VK_ESCAPE, 0, 0, {}};
+    EXPECT_EQ(SendMessageW(list(), WM_GETDLGCODE, VK_ESCAPE, reinterpret_cast<LPARAM>(&escape)) &
+                  DLGC_WANTMESSAGE,
+              0);
+}
+
+TEST_F(ListRows, TheColumnIsAsWideAsTheControl)
+{
+    const auto column_fits = [this] {
+        RECT client{};
+        GetClientRect(list(), &client);
+        const bool scrolls = (GetWindowLongPtrW(list(), GWL_STYLE) & WS_HSCROLL) != 0;
+        return send(list(), LVM_GETCOLUMNWIDTH, 0) == client.right && !scrolls;
+    };
+    EXPECT_TRUE(column_fits());
+    MoveWindow(list(), 0, 0, 180, 120, TRUE);
+    EXPECT_TRUE(column_fits());
+    // The vertical scroll bar takes a part of the width, and gives it back.
+    changes_.set_changes(numbered_changes(100));
+    support::pump_waiting();
+    EXPECT_TRUE(GetWindowLongPtrW(list(), GWL_STYLE) & WS_VSCROLL);
+    EXPECT_TRUE(column_fits());
+    changes_.set_changes(numbered_changes(1));
+    support::pump_waiting();
+    EXPECT_TRUE(column_fits());
+}
+
+TEST_F(ChangeLists, MenusFollowTheSelection)
+{
+    const support::TempRepository files;
+    files.write_file("tracked", "1");
+    files.write_file("second", "1");
+    files.commit_all("first");
+    const support::TempRepository library = files.clone("library");
+    files.script("git submodule --quiet add ../library 'libs/ä sub'\ncommit submodule");
+    files.write_file("tracked", "22");
+    files.write_file("second", "22");
+    files.script("cd 'libs/ä sub'\ncommit more --allow-empty");
+    const git::Repository repository = open(files);
+
+    BS::thread_pool<> pool(1);
+    Bound<ChangesList> unstaged(pool);
+    EXPECT_TRUE(unstaged.owner.context_menu().commands.empty()) << "no repository is open";
+    unstaged.changes.set_repository(&repository);
+    unstaged.changes.refresh();
+    ASSERT_TRUE(support::pump_until([&] { return unstaged.owner.order == "CD"; }));
+    unstaged.changes.set_changes(**unstaged.owner.results[0]);
+    ASSERT_EQ(rows_of(unstaged.owner.list), (Texts{L"libs/ä sub", L"second", L"tracked"}));
+
+    using Ids = std::set<UINT>;
+    struct Case {
+        std::vector<int> rows;
+        Ids disabled;
+        Ids staged_disabled;
+    };
+    const std::vector<Case> cases{
+        {{},
+         {40101, 40110, 40112, 40058, 40060, 40098, 41101},
+         {40103, 40111, 40113, 40057, 40100, 41102}},
+        {{0}, {40060}, {}},
+        {{1}, {40098}, {40100}},
+        {{1, 2}, {40098, 41101}, {40100, 41102}},
+        {{0, 2}, {40060, 40098, 41101}, {40100, 41102}},
+    };
+    files.git({"add", "-A"});
+    Bound<StagedList> staged;
+    EXPECT_TRUE(staged.owner.context_menu().commands.empty()) << "no repository is open";
+    staged.changes.set_repository(&repository);
+    staged.changes.refresh();
+    ASSERT_EQ(rows_of(staged.owner.list), (Texts{L"libs/ä sub", L"second", L"tracked"}));
+
+    for (const Case& one : cases) {
+        SCOPED_TRACE(testing::PrintToString(one.rows));
+        select_only(unstaged.owner.list, one.rows);
+        const Menu menu = unstaged.owner.context_menu();
+        EXPECT_EQ(menu.disabled, one.disabled);
+        EXPECT_EQ(Ids(menu.commands.begin(), menu.commands.end()),
+                  (Ids{40110, 40112, 40058, 40060, 40098, 40101, 40102, 41101}));
+        EXPECT_EQ(menu.default_command, 40110u);
+
+        select_only(staged.owner.list, one.rows);
+        const Menu staged_menu = staged.owner.context_menu();
+        EXPECT_EQ(staged_menu.disabled, one.staged_disabled);
+        EXPECT_EQ(Ids(staged_menu.commands.begin(), staged_menu.commands.end()),
+                  (Ids{40111, 40113, 40057, 40100, 40103, 40104, 41102}));
+        EXPECT_EQ(staged_menu.default_command, 40111u);
+    }
+}
+
+TEST_F(ChangeLists, TheKeyboardsMenuIsAtTheSelectedRow)
+{
+    const support::TempRepository files;
+    const git::Repository repository = open(files);
+    Bound<StagedList> staged;
+    staged.changes.set_repository(&repository);
+    staged.changes.set_changes(numbered_changes(100));
+    const HWND list = staged.owner.list;
+    const auto menu_top = [&] {
+        staged.owner.menu = {};
+        SendMessageW(list, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(list), -1);
+        EXPECT_FALSE(staged.owner.menu.commands.empty());
+        POINT position{0, staged.owner.menu.rect.top};
+        ScreenToClient(list, &position);
+        return position.y;
+    };
+    select_only(list, {3});
+    RECT row{LVIR_BOUNDS, 0, 0, 0};
+    send(list, LVM_GETITEMRECT, 3, reinterpret_cast<LPARAM>(&row));
+    // The menu's border may begin a little above.
+    EXPECT_NEAR(menu_top(), row.bottom, 4);
+    // A row that is out of sight: at the edge of the list.
+    select_only(list, {90});
+    RECT client{};
+    GetClientRect(list, &client);
+    EXPECT_LE(menu_top(), client.bottom + 4);
+}
+
+TEST_F(ChangeLists, RowsAgreeWithGitStatus)
+{
+    const support::TempRepository files;
+    const git::Repository repository = open(files);
+    BS::thread_pool<> pool(1);
+    Bound<ChangesList> unstaged(pool);
+    Bound<StagedList> staged;
+    unstaged.changes.set_repository(&repository);
+    staged.changes.set_repository(&repository);
+    const auto refresh = [&] {
+        unstaged.owner.order.clear();
+        unstaged.owner.results.clear();
+        unstaged.changes.refresh();
+        ASSERT_TRUE(support::pump_until([&] { return unstaged.owner.order == "CD"; }));
+        ASSERT_TRUE(unstaged.owner.results[0]->has_value());
+        unstaged.changes.update_changes(**unstaged.owner.results[0]);
+        staged.changes.refresh();
+    };
+
+    files.write_file("neu ä.txt", "text");
+    files.script("git add -A");
+    refresh();
+    EXPECT_EQ(rows_of(staged.owner.list),
+              Texts{row_text(change(L"neu ä.txt", ChangeStatus::Added))})
+        << "before the first commit";
+    EXPECT_TRUE(rows_of(unstaged.owner.list).empty());
+
+    for (const char* file : {"a", "b", "c/d", "e"})
+        files.write_file(file, file);
+    files.commit_all("first");
+    refresh();
+    EXPECT_TRUE(rows_of(staged.owner.list).empty());
+
+    files.write_file("a", "staged");
+    files.script("git add a\ngit rm --quiet b");
+    files.write_file("a", "and changed again");
+    files.remove("e");
+    files.write_file("neuer ordner/tief/ö.txt", "untracked");
+    refresh();
+    Texts expected_staged;
+    Texts expected_unstaged;
+    const auto row = [](char letter, const std::string& path) {
+        const ChangeStatus status = letter == 'D'   ? ChangeStatus::Deleted
+                                    : letter == 'A' ? ChangeStatus::Added
+                                    : letter == '?' ? ChangeStatus::Untracked
+                                                    : ChangeStatus::Modified;
+        return row_text(change(win32::to_wide(path), status));
+    };
+    for (const support::StatusEntry& entry : files.status()) {
+        if (entry.index != ' ' && entry.index != '?')
+            expected_staged.push_back(row(entry.index, entry.path));
+        if (entry.worktree != ' ')
+            expected_unstaged.push_back(row(entry.worktree, entry.path));
+    }
+    EXPECT_EQ(expected_staged.size(), 2u);
+    EXPECT_EQ(expected_unstaged.size(), 3u);
+    EXPECT_EQ(rows_of(staged.owner.list), expected_staged);
+    EXPECT_EQ(rows_of(unstaged.owner.list), expected_unstaged);
+
+    unstaged.changes.set_repository(nullptr);
+    staged.changes.set_repository(nullptr);
+    EXPECT_TRUE(rows_of(staged.owner.list).empty());
+    EXPECT_TRUE(rows_of(unstaged.owner.list).empty());
+}
+
+TEST_F(ChangeLists, RefreshesThatWaitAreMerged)
+{
+    const support::TempRepository files;
+    const git::Repository repository = open(files);
+    BS::thread_pool<> pool(1);
+    Bound<ChangesList> unstaged(pool);
+    unstaged.changes.set_repository(&repository);
+    std::binary_semaphore go(0);
+    pool.detach_task([&go] { go.acquire(); });
+    for (int i = 0; i < 5; ++i)
+        unstaged.changes.refresh();
+    EXPECT_TRUE(unstaged.changes.is_busy());
+    go.release();
+    EXPECT_TRUE(support::pump_until([&] { return !unstaged.changes.is_busy(); }));
+    support::pump_waiting();
+    EXPECT_EQ(unstaged.owner.order, "CD");
+}
+
+TEST_F(ChangeLists, NoLateAnswerForAFormerRepository)
+{
+    const support::TempRepository first;
+    first.write_file("of the first", "text");
+    const support::TempRepository second;
+    second.write_file("of the second", "text");
+    const git::Repository first_repository = open(first);
+    const git::Repository second_repository = open(second);
+    BS::thread_pool<> pool(1);
+    Bound<ChangesList> unstaged(pool);
+
+    // Its answer waits in the queue when the repository changes.
+    unstaged.changes.set_repository(&first_repository);
+    unstaged.changes.refresh();
+    pool.wait();
+    unstaged.changes.set_repository(&second_repository);
+    unstaged.changes.refresh();
+    ASSERT_TRUE(support::pump_until([&] { return unstaged.owner.order.ends_with("CD"); }));
+    EXPECT_EQ(unstaged.owner.order, "DCD");
+    EXPECT_EQ((**unstaged.owner.results[0])[0].new_path, L"of the second");
+
+    // It has not started yet.
+    unstaged.owner.order.clear();
+    std::binary_semaphore go(0);
+    pool.detach_task([&go] { go.acquire(); });
+    unstaged.changes.refresh();
+    unstaged.changes.set_repository(nullptr);
+    unstaged.changes.refresh();
+    go.release();
+    pool.wait();
+    support::pump_waiting();
+    EXPECT_EQ(unstaged.owner.order, "");
+    EXPECT_FALSE(unstaged.changes.is_busy());
+
+    // The repository has gone from the disk: the rows stay as they were.
+    unstaged.changes.set_repository(&second_repository);
+    unstaged.changes.set_changes(numbered_changes(2));
+    std::filesystem::rename(second.path() / ".git", second.path() / "git");
+    unstaged.changes.refresh();
+    EXPECT_FALSE(unstaged.changes.is_busy());
+    EXPECT_EQ(rows_of(unstaged.owner.list).size(), 2u);
+    std::filesystem::rename(second.path() / "git", second.path() / ".git");
+}
+
+TEST_F(ChangeLists, GoWithWorkInFlight)
+{
+    const support::TempRepository files;
+    files.script("i=0; while [ $i -lt 300 ]; do mkdir d$i; touch d$i/f; i=$((i+1)); done");
+    const git::Repository repository = open(files);
+    BS::thread_pool<> pool(1);
+    for (int i = 0; i < 10; ++i) {
+        auto unstaged = std::make_unique<Bound<ChangesList>>(pool);
+        unstaged->changes.set_repository(&repository);
+        unstaged->changes.refresh();
+        // Begins after each other amount of work, on the whole.
+        std::this_thread::sleep_for(std::chrono::milliseconds(i));
+        unstaged->changes.refresh();
+        if (i % 2 == 0)
+            DestroyWindow(unstaged->owner.dialog);
+        unstaged.reset();
+    }
+    pool.wait();
+}
+
+TEST_F(ListRows, AnEmptyListSaysSo)
+{
+    const auto grey_pixels = [this] {
+        UpdateWindow(list());
+        RECT client{};
+        GetClientRect(list(), &client);
+        const win32::WindowDc dc(list());
+        int count = 0;
+        for (int y = client.bottom / 2 - 10; y < client.bottom / 2 + 10; ++y)
+            for (int x = 0; x < client.right; ++x)
+                count += GetPixel(dc.get(), x, y) != GetSysColor(COLOR_WINDOW) ? 1 : 0;
+        return count;
+    };
+    EXPECT_EQ(grey_pixels(), 0) << "before the first answer";
+    changes_.update_changes({});
+    EXPECT_GT(grey_pixels(), 20);
+    MoveWindow(list(), 0, 0, 250, 100, TRUE);
+    EXPECT_GT(grey_pixels(), 20);
+    changes_.set_changes({change(L"row")});
+    EXPECT_EQ(grey_pixels(), 0);
+    changes_.set_repository(nullptr);
+    EXPECT_EQ(grey_pixels(), 0) << "without a repository";
+}
+
+}  // namespace revlane
