@@ -25,7 +25,9 @@ constexpr UINT STAMPS_INTERVAL_MS = 2000;
 ChangesSidebar::ChangesSidebar(HWND host, Abilities abilities)
     : host_(host), abilities_(abilities), life_(std::make_shared<const char>()),
       git_(std::make_shared<git::Git>()), pool_(1), reading_pool_(1), changes_(reading_pool_),
-      commands_(pool_, git_), state_slot_(reading_pool_), stamps_slot_(reading_pool_),
+      branch_(pool_, git_), branches_(host, pool_, git_), commands_(pool_, git_),
+      state_slot_(reading_pool_), stamps_slot_(reading_pool_),
+      is_ending_(std::make_shared<std::atomic<bool>>(false)),
       fetch_context_(std::make_shared<AutoFetcher::Context>()),
       fetcher_(std::make_shared<git::Git>(), fetch_context_)
 {
@@ -45,6 +47,7 @@ void ChangesSidebar::end_all_work() noexcept
     fetcher_.stop();
     fetcher_.cancel();
     changes_.cancel();
+    *is_ending_ = true;
     end_work(*git_, {&pool_, &reading_pool_});
     drain_messages();
 }
@@ -92,6 +95,7 @@ win32::Handled ChangesSidebar::on_dialog_message(const win32::Message& message)
     case WM_SETTINGCHANGE:
     case WM_THEMECHANGED:
         view_.renew_fonts();
+        SendDlgItemMessageW(dialog_, IDC_BRANCHES_LIST, WM_DPICHANGED, 0, 0);
         return 0;
     case WM_SETCURSOR:
         return on_set_cursor(message);
@@ -122,8 +126,10 @@ win32::Handled ChangesSidebar::on_posted_message(const win32::Message& message)
 {
     switch (message.id) {
     case WM_REVLANE_REFRESH:
-    case WM_REVLANE_REFRESH_ALL:
         refresh();
+        return 0;
+    case WM_REVLANE_REFRESH_ALL:
+        on_refresh_all();
         return 0;
     case WM_REVLANE_FILES_CHANGED:
     case WM_REVLANE_EXTERNAL_REFRESH:
@@ -192,7 +198,9 @@ win32::Handled ChangesSidebar::on_list_message(const win32::Message& message)
     // A menu or a command may end the panel, so nothing is touched after a list has taken part.
     if (const win32::Handled handled = changes_.on_owner_message(message))
         return handled;
-    return staged_.on_owner_message(message);
+    if (const win32::Handled handled = staged_.on_owner_message(message))
+        return handled;
+    return branches_.on_owner_message(message);
 }
 
 LRESULT ChangesSidebar::on_init(HWND dialog)
@@ -201,6 +209,9 @@ LRESULT ChangesSidebar::on_init(HWND dialog)
     changes_.attach(dialog, GetDlgItem(dialog, IDC_CHANGES_LIST),
                     host::load_text(IDS_CHANGES_EMPTY));
     staged_.attach(dialog, GetDlgItem(dialog, IDC_STAGED_LIST), host::load_text(IDS_STAGED_EMPTY));
+    branch_.attach(dialog, GetDlgItem(dialog, IDC_BRANCH));
+    branches_.attach(dialog, GetDlgItem(dialog, IDC_BRANCHES_LIST),
+                     host::load_text(IDS_BRANCHES_EMPTY));
     view_.attach(dialog, host_, abilities_.history);
     commit_box_.attach(GetDlgItem(dialog, IDC_COMMIT_MESSAGE),
                        host::load_text(IDS_COMMIT_PLACEHOLDER), [this] { on_commit_key(); });

@@ -3,6 +3,8 @@
 // closed, or with the frame. All members on the window thread.
 #pragma once
 
+#include "changes/branches_dropdown.h"
+#include "changes/branches_list.h"
 #include "changes/change_lists.h"
 #include "changes/git_output_log.h"
 #include "changes/messages.h"
@@ -20,11 +22,12 @@
 #include "sidebar/panel_view.h"
 #include "sidebar/reference_stamps.h"
 #include "win32/task_slot.h"
+#include "win32/thread_pool.h"
 #include "win32/window.h"
 
-#include <BS_thread_pool.hpp>
 #include <windows.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -103,8 +106,10 @@ private:
     void refresh();
     void on_refresh();
     void on_files_changed();
+    void on_refresh_all();
     void on_changes(const ChangesResult& result);
     void refresh_rest();
+    void fill_branches();
     void read_state();
     void on_state(PanelState state);
     void check_stamps();
@@ -162,6 +167,9 @@ private:
     BS::thread_pool<> reading_pool_;  // what is read again and again, beside a long command
     ChangesList changes_;
     StagedList staged_;
+    BranchesDropdown branch_;
+    BranchesList branches_;
+    std::optional<std::string> shown_branch_;  // as the history was told
     PanelView view_;
     CommitBox commit_box_;
     ErrorQueue errors_;
@@ -175,6 +183,7 @@ private:
 
     win32::TaskSlot state_slot_;
     win32::TaskSlot stamps_slot_;
+    std::shared_ptr<std::atomic<bool>> is_ending_;  // the panel goes: what is counted is not wanted
     std::optional<PanelState> state_;
     std::optional<ReferenceStamps> stamps_;  // of the last refresh's beginning
     bool refresh_waits_ = false;

@@ -3,8 +3,8 @@
 
 #include "git/commands.h"
 #include "git/git.h"
+#include "win32/thread_pool.h"
 
-#include <BS_thread_pool.hpp>
 #include <windows.h>
 
 #include <filesystem>

@@ -1,7 +1,7 @@
 #include "sidebar/discard_question.h"
 
+#include "changes/texts.h"
 #include "resources/ids.h"
-#include "sidebar/texts.h"
 
 #include <commctrl.h>
 

@@ -10,23 +10,6 @@ namespace revlane {
 
 namespace {
 
-// The name of the branch that the first commit will create.
-std::wstring unborn_branch(git_repository* repository)
-{
-    git_reference* found = nullptr;
-    if (git_reference_lookup(&found, repository, "HEAD") != 0)
-        return {};
-    const git::Reference head(found);
-    const char* target = git_reference_symbolic_target(head.get());
-    if (target == nullptr)
-        return {};
-    constexpr std::string_view prefix = "refs/heads/";
-    std::string_view name(target);
-    if (name.starts_with(prefix))
-        name.remove_prefix(prefix.size());
-    return win32::to_wide(name);
-}
-
 bool has_remotes(git_repository* repository)
 {
     git::StringArray names;
@@ -67,7 +50,24 @@ void read_head(PanelState& state, git_repository* repository)
 
 }  // namespace
 
-PanelState read_panel_state(const std::filesystem::path& workdir)
+std::wstring unborn_branch(git_repository* repository)
+{
+    git_reference* found = nullptr;
+    if (git_reference_lookup(&found, repository, "HEAD") != 0)
+        return {};
+    const git::Reference head(found);
+    const char* target = git_reference_symbolic_target(head.get());
+    if (target == nullptr)
+        return {};
+    constexpr std::string_view prefix = "refs/heads/";
+    std::string_view name(target);
+    if (name.starts_with(prefix))
+        name.remove_prefix(prefix.size());
+    return win32::to_wide(name);
+}
+
+PanelState read_panel_state(const std::filesystem::path& workdir,
+                            const std::function<bool()>& is_cancelled)
 {
     PanelState state;
     const git::LibraryScope library;
@@ -77,6 +77,7 @@ PanelState read_panel_state(const std::filesystem::path& workdir)
     git_repository* opened = repository->handle.get();
     state.has_remote = has_remotes(opened);
     read_head(state, opened);
+    state.tracking = read_tracking(opened, is_cancelled);
     return state;
 }
 

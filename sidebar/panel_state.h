@@ -1,10 +1,12 @@
 // What the panel shows of HEAD and its upstream. Read on a background thread, posted to the panel.
 #pragma once
 
+#include "changes/branches_list.h"
 #include "git/references.h"
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -23,13 +25,19 @@ struct PanelState {
     std::optional<std::wstring> upstream;    // its short name
     std::optional<git::AheadBehind> counts;  // against the upstream
     bool has_remote = false;
+    TrackingMap tracking;  // of all local branches
     // Which repository this is about, as the panel numbered it when it asked.
     std::uint64_t repository_number = 0;
 };
 
 // Opens the repository at a working tree and reads it. A repository that cannot be opened any more
-// gives a state without HEAD.
-PanelState read_panel_state(const std::filesystem::path& workdir);
+// gives a state without HEAD. `is_cancelled` is asked between the branches: once it says true, what
+// is still to be counted is left out.
+PanelState read_panel_state(const std::filesystem::path& workdir,
+                            const std::function<bool()>& is_cancelled);
+
+// The name of the branch that the first commit will create; empty when HEAD names none.
+std::wstring unborn_branch(git_repository* repository);
 
 // What the pull and push buttons show of a state.
 struct RemoteButtons {

@@ -1,10 +1,10 @@
 #include "sidebar/panel_view.h"
 
 #include "changes/get_dpi.h"
+#include "changes/texts.h"
 #include "plugin/host/localized.h"
 #include "resources/ids.h"
 #include "sidebar/section_heading.h"
-#include "sidebar/texts.h"
 
 #include <windowsx.h>
 

@@ -1,7 +1,7 @@
 #include "sidebar/repository_choice.h"
 
+#include "changes/texts.h"
 #include "resources/ids.h"
-#include "sidebar/texts.h"
 #include "win32/long_path.h"
 #include "win32/text.h"
 

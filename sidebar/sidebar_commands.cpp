@@ -1,5 +1,6 @@
 // What the user starts from the panel's buttons and menus.
 #include "changes/compare.h"
+#include "changes/texts.h"
 #include "git/commands.h"
 #include "plugin/host/editor.h"
 #include "plugin/host/settings.h"
@@ -12,7 +13,6 @@
 #include "sidebar/remote_address.h"
 #include "sidebar/repository_choice.h"
 #include "sidebar/status_run.h"
-#include "sidebar/texts.h"
 #include "win32/text.h"
 
 #include <shellapi.h>
@@ -48,6 +48,10 @@ std::vector<std::wstring> selected_paths(const ChangesListBase& list)
 
 win32::Handled ChangesSidebar::on_command(UINT id, UINT code)
 {
+    if (id == IDC_BRANCH) {
+        branch_.on_command(code);
+        return 0;
+    }
     // Menus and buttons only; what else the controls notify is not a command.
     if (code != BN_CLICKED && code != 1)
         return std::nullopt;

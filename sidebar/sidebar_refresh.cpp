@@ -1,9 +1,10 @@
 // How the panel keeps what it shows true.
+#include "changes/texts.h"
+#include "git/references.h"
 #include "plugin/host/editor.h"
 #include "resources/ids.h"
 #include "sidebar/changes_sidebar.h"
 #include "sidebar/repository_choice.h"
-#include "sidebar/texts.h"
 #include "win32/posted.h"
 
 #include <utility>
@@ -39,6 +40,19 @@ void ChangesSidebar::on_refresh()
     changes_.refresh();
 }
 
+void ChangesSidebar::on_refresh_all()
+{
+    // The branches list has no other way to say that another branch is to be shown.
+    std::optional<std::string> shown = branches_.shown_branch_name();
+    if (shown != shown_branch_) {
+        shown_branch_ = std::move(shown);
+        if (shown_branch_ && abilities_.history)
+            on_show_history();
+    }
+    refresh();
+    tell_references_changed();
+}
+
 void ChangesSidebar::on_files_changed()
 {
     refresh();
@@ -67,13 +81,34 @@ void ChangesSidebar::refresh_rest()
     staged_.refresh();
     if (life.expired() || dialog_ == nullptr)
         return;
+    fill_branches();
     show_counts();
+}
+
+void ChangesSidebar::fill_branches()
+{
+    git_repository* opened = repository_->handle.get();
+    git_reference* found = nullptr;
+    std::optional<std::wstring> unborn;
+    if (git_repository_head(&found, opened) == GIT_EUNBORNBRANCH)
+        unborn = unborn_branch(opened);
+    const git::Reference head(found);
+    auto for_list = git::list_branches(opened);
+    auto for_dropdown = git::list_branches(opened);
+    if (!for_list || !for_dropdown) {
+        if (!std::exchange(refresh_error_shown_, true))
+            show_error_later(git::to_wide(for_list ? for_dropdown.error() : for_list.error()));
+        return;
+    }
+    branches_.fill(std::move(*for_list), head.get());
+    branch_.fill(std::move(*for_dropdown), head.get(), unborn);
 }
 
 void ChangesSidebar::show_counts()
 {
     if (has_changes_)
-        view_.show_counts(staged_.changes().size(), changes_.changes().size(), std::nullopt);
+        view_.show_counts(staged_.changes().size(), changes_.changes().size(),
+                          branches_.references().size());
     else
         view_.show_counts(std::nullopt, std::nullopt, std::nullopt);
 }
@@ -82,8 +117,10 @@ void ChangesSidebar::read_state()
 {
     if (!repository_)
         return;
-    state_slot_.submit([window = dialog_, path = repository_->path, number = repository_number_] {
-        auto state = std::make_unique<PanelState>(read_panel_state(path));
+    state_slot_.submit([window = dialog_, path = repository_->path, number = repository_number_,
+                        ending = is_ending_] {
+        auto state = std::make_unique<PanelState>(
+            read_panel_state(path, [&ending] { return ending->load(); }));
         state->repository_number = number;
         win32::post_owned(window, WM_REVLANE_PANEL_STATE, std::move(state));
     });
@@ -94,6 +131,7 @@ void ChangesSidebar::on_state(PanelState state)
     if (!repository_ || state.repository_number != repository_number_)
         return;
     state_ = std::move(state);
+    branches_.set_tracking(state_->tracking);
     view_.show_state(state_);
     update_cursor();
 }

@@ -1,10 +1,10 @@
 // The panel's choice of the repository that it shows.
+#include "changes/texts.h"
 #include "plugin/host/editor.h"
 #include "plugin/host/settings.h"
 #include "resources/ids.h"
 #include "sidebar/changes_sidebar.h"
 #include "sidebar/repository_choice.h"
-#include "sidebar/texts.h"
 #include "win32/posted.h"
 
 #include <utility>
@@ -71,6 +71,8 @@ void ChangesSidebar::show_repository(git::Repository repository)
     repository_ = std::move(repository);
     changes_.set_repository(&*repository_);
     staged_.set_repository(&*repository_);
+    branch_.set_repository(&*repository_);
+    branches_.set_repository(&*repository_);
     fetch_context_->set_repository(repository_->path);
     watcher_.run(dialog_, repository_->path);
     host::send_request(host_, WM_REVLANE_OPEN_REPOSITORY,
@@ -93,6 +95,9 @@ void ChangesSidebar::forget_repository()
     ++repository_number_;
     changes_.set_repository(nullptr);
     staged_.set_repository(nullptr);
+    branch_.set_repository(nullptr);
+    branches_.set_repository(nullptr);
+    shown_branch_.reset();
     win32::drain_owned<ChangesResult>(dialog_, WM_REVLANE_CHANGES);
     repository_.reset();
     state_.reset();

@@ -1,8 +1,8 @@
 #include "sidebar/status_run.h"
 
+#include "changes/texts.h"
 #include "git/commands.h"
 #include "resources/ids.h"
-#include "sidebar/texts.h"
 #include "win32/text.h"
 
 #include <condition_variable>
@@ -17,19 +17,30 @@ namespace {
 class Deadline {
 public:
     Deadline(git::Git& git, std::chrono::milliseconds time)
-        : thread_([this, &git, time](const std::stop_token& stop) {
+        : thread_([this, &git, time] {
               std::unique_lock lock(mutex_);
-              if (wake_.wait_for(lock, stop, time, [] { return false; }) || stop.stop_requested())
-                  return;
-              git.shutdown();
+              if (!wake_.wait_for(lock, time, [this] { return is_over_; }))
+                  git.shutdown();
           })
     {
     }
+    ~Deadline()
+    {
+        {
+            const std::lock_guard guard(mutex_);
+            is_over_ = true;
+        }
+        wake_.notify_all();
+        thread_.join();
+    }
+    Deadline(const Deadline&) = delete;
+    Deadline& operator=(const Deadline&) = delete;
 
 private:
     std::mutex mutex_;
-    std::condition_variable_any wake_;
-    std::jthread thread_;
+    std::condition_variable wake_;
+    bool is_over_ = false;
+    std::thread thread_;  // last: it uses the others at once
 };
 
 }  // namespace
