@@ -32,7 +32,8 @@ public:
                 ++i;
         }
         end_word();
-        return {std::move(arguments_), command_.is_guarded() ? refusal() : std::string()};
+        std::string refused = command_.is_guarded() ? refusal() : std::string();
+        return {std::move(arguments_), std::move(refused)};
     }
 
 private:

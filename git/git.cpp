@@ -1,6 +1,7 @@
 #include "git/git.h"
 
 #include "git/handles.h"
+#include "win32/long_path.h"
 #include "win32/text.h"
 
 #include <utility>
@@ -121,7 +122,7 @@ Result<Repository> open_repository(std::filesystem::path path)
 
 std::filesystem::path normalize_repository_path(std::filesystem::path path)
 {
-    path = path.lexically_normal().make_preferred();
+    path = win32::normal_path(path);
     if (!path.has_filename())
         path = path.parent_path();
     if (path.filename() == L".git")
