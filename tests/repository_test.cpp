@@ -1,0 +1,121 @@
+#include "git/git.h"
+#include "tests/support/temp_repository.h"
+#include "win32/text.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using support::TempRepository;
+
+// The path that discovery finds, or "none"; with forward slashes, as the tests write paths.
+std::string found_from(const std::string& path)
+{
+    const auto found = git::discover_repository(path);
+    if (!found)
+        return "error: " + git::to_utf8(found.error());
+    return *found ? win32::to_utf8((*found)->native()) : "none";
+}
+
+TEST(NormalizeRepositoryPath, LeadsFromTheGitDirectoryToTheWorkingTree)
+{
+    const struct {
+        const wchar_t* path;
+        const wchar_t* expected;
+    } cases[] = {
+        {L"C:/repo/.git/", LR"(C:\repo)"},
+        {L"C:/repo/.git", LR"(C:\repo)"},
+        {L"C:/repo/", LR"(C:\repo)"},
+        {L"C:/repo", LR"(C:\repo)"},
+        {L"C:/repo.git/", LR"(C:\repo.git)"},
+        {L"C:/repo/.GIT/", LR"(C:\repo\.GIT)"},
+        {L"C:/repo/sub/../.git/", LR"(C:\repo)"},
+        {L"C:/repo/.git/modules/sub/", LR"(C:\repo\.git\modules\sub)"},
+        {L"C:/.git/", LR"(C:\)"},
+        {L"//server/share/repo/.git/", LR"(\\server\share\repo)"},
+    };
+    for (const auto& [path, expected] : cases)
+        EXPECT_EQ(git::normalize_repository_path(path).native(), expected) << path;
+}
+
+TEST(DiscoverRepository, FindsTheWorkingTreeFromAnywhereInIt)
+{
+    const TempRepository repository;
+    const std::string deep = "Übung/文件/" + std::string(100, 'a') + "/" + std::string(100, 'b');
+    repository.write_file(deep + "/file.txt", "text");
+    ASSERT_GT((deep + repository.path_text()).size(), std::size_t{MAX_PATH});
+
+    const std::string root = repository.path_text();
+    for (const std::string& inside :
+         {std::string(), std::string("/"), std::string("/.git"), std::string("/.git/refs/heads"),
+          std::string("/.git/HEAD"), std::string("/Übung/文件"), "/" + deep,
+          "/" + deep + "/file.txt"})
+        EXPECT_EQ(found_from(root + inside), root) << inside;
+
+    const auto opened = git::open_repository(repository.path());
+    ASSERT_TRUE(opened) << git::to_utf8(opened.error());
+    EXPECT_EQ(opened->path, repository.path());
+    EXPECT_EQ(git::normalize_repository_path(
+                  win32::to_wide(git_repository_workdir(opened->handle.get()))),
+              repository.path());
+}
+
+TEST(DiscoverRepository, FindsNothingOutsideARepository)
+{
+    const support::TempFolder folder;
+    const std::string path = win32::to_utf8(folder.path().native());
+    for (const std::string& outside : {std::string(), path, path + "/not/there"})
+        EXPECT_EQ(found_from(outside), "none") << outside;
+
+    const auto opened = git::open_repository(folder.path());
+    ASSERT_FALSE(opened);
+    EXPECT_EQ(git::to_utf8(opened.error()), git_error_last()->message);
+}
+
+TEST(DiscoverRepository, FollowsTheGitFileOfALinkedWorktree)
+{
+    const TempRepository repository;
+    repository.script("commit one\n"
+                      "git config worktree.useRelativePaths true\n"
+                      "git worktree add -q -b side ../linked\n"
+                      "printf 'gitdir: ../work/.git/worktrees/linked' >../linked/.git");
+    const std::filesystem::path linked = repository.path().parent_path() / L"linked";
+    const std::string found = found_from(win32::to_utf8(linked.native()));
+    EXPECT_EQ(found, repository.path_text() + R"(\.git\worktrees\linked)");
+
+    // What is found opens, and from there the working tree is known.
+    const auto opened = git::open_repository(win32::to_wide(found));
+    ASSERT_TRUE(opened) << git::to_utf8(opened.error());
+    const auto again = git::open_repository(linked);
+    EXPECT_TRUE(again) << git::to_utf8(again.error());
+}
+
+TEST(DiscoverRepository, NamesABareRepositoryByItsOwnFolder)
+{
+    const TempRepository bare(TempRepository::Kind::Bare);
+    EXPECT_EQ(found_from(bare.path_text()), bare.path_text());
+}
+
+TEST(DiscoverRepository, HandsOnWhatLibgit2Refuses)
+{
+    const TempRepository repository;
+    repository.write_file("broken/.git", "this is no link to a git directory");
+    const std::string found = found_from(repository.path_text() + "/broken");
+    EXPECT_TRUE(found.starts_with("error: ")) << found;
+}
+
+TEST(OpenRepository, KeepsTheHandleAsLongAsACopyLives)
+{
+    const TempRepository repository;
+    repository.script("commit one");
+    std::shared_ptr<git_repository> kept;
+    {
+        const auto opened = git::open_repository(repository.path());
+        ASSERT_TRUE(opened);
+        kept = opened->handle;
+    }
+    EXPECT_EQ(kept.use_count(), 1);
+    EXPECT_EQ(git_repository_head_unborn(kept.get()), 0);
+}
+
+}  // namespace

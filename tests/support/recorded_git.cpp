@@ -1,0 +1,91 @@
+#include "tests/support/recorded_git.h"
+
+#include <windows.h>
+
+#include <array>
+#include <fstream>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+
+namespace support {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::wstring variable(const wchar_t* name)
+{
+    std::wstring value(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
+    value.resize(GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size())));
+    return value;
+}
+
+// The build puts the stand-in into a folder of its own beside the test program, so that only the
+// tests that ask for it find it.
+fs::path stand_in_folder()
+{
+    std::array<wchar_t, MAX_PATH> program{};
+    GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size()));
+    fs::path folder = fs::path(program.data()).parent_path() / L"recording_git";
+    if (!fs::exists(folder / L"git.exe"))
+        throw std::runtime_error("the stand-in for git.exe was not built");
+    return folder;
+}
+
+}  // namespace
+
+ScopedVariable::ScopedVariable(const wchar_t* name, const wchar_t* value)
+    : name_(name), existed_(GetEnvironmentVariableW(name, nullptr, 0) > 0), former_(variable(name))
+{
+    SetEnvironmentVariableW(name_, value);
+}
+
+ScopedVariable::~ScopedVariable()
+{
+    SetEnvironmentVariableW(name_, existed_ ? former_.c_str() : nullptr);
+}
+
+RecordedGit::RecordedGit()
+    : path_(L"PATH", (stand_in_folder().native() + L';' + variable(L"PATH")).c_str()),
+      record_(L"REVLANE_RECORD", (folder_.path() / L"runs").c_str())
+{
+}
+
+std::vector<RecordedRun> RecordedGit::take_runs()
+{
+    const fs::path file_path = folder_.path() / L"runs";
+    std::ifstream file(file_path, std::ios::binary);
+    if (!file)
+        return {};
+    std::wstring bytes(fs::file_size(file_path) / sizeof(wchar_t), L'\0');
+    file.read(reinterpret_cast<char*>(bytes.data()),
+              static_cast<std::streamsize>(bytes.size() * sizeof(wchar_t)));
+    file.close();
+    fs::remove(file_path);
+
+    std::wstring_view text = bytes;
+    const auto take_text = [&text] {
+        const std::wstring taken(text.substr(0, text.find(L'\0')));
+        text.remove_prefix(taken.size() + 1);
+        return taken;
+    };
+    std::vector<RecordedRun> runs;
+    while (!text.empty()) {
+        RecordedRun& run = runs.emplace_back();
+        run.command_line = take_text();
+        for (unsigned long left = std::stoul(take_text()); left > 0; --left)
+            run.arguments.push_back(take_text());
+    }
+    return runs;
+}
+
+std::vector<std::wstring> RecordedGit::take_command_lines()
+{
+    std::vector<std::wstring> lines;
+    for (RecordedRun& run : take_runs())
+        lines.push_back(std::move(run.command_line));
+    return lines;
+}
+
+}  // namespace support
