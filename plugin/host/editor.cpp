@@ -55,8 +55,7 @@ std::uint32_t open_bar(HWND frame, HWND dialog, const std::wstring& title)
     CustomBar bar;
     bar.window = dialog;
     bar.title = title.c_str();
-    return static_cast<std::uint32_t>(
-        SendMessageW(frame, QM_CUSTOM_BAR_OPEN, 0, as_lparam(&bar)));
+    return static_cast<std::uint32_t>(SendMessageW(frame, QM_CUSTOM_BAR_OPEN, 0, as_lparam(&bar)));
 }
 
 void close_bar(HWND frame, std::uint32_t bar)

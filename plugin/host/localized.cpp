@@ -6,8 +6,8 @@
 #include "win32/handle.h"
 
 #include <fmt/xchar.h>
-#include <shlwapi.h>
 #include <windows.h>
+#include <shlwapi.h>
 
 #include <algorithm>
 #include <array>

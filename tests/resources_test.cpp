@@ -1,0 +1,317 @@
+// The localized libraries as they are delivered, and the plug-in's own resources, which the test
+// program holds too.
+#include "resources/ids.h"
+#include "tests/support/product.h"
+#include "tests/support/resource_reader.h"
+#include "win32/handle.h"
+#include "win32/text.h"
+
+#include <fmt/xchar.h>
+#include <gtest/gtest.h>
+#include <windows.h>
+#include <commctrl.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using support::Control;
+using support::Dialog;
+using support::MenuItem;
+
+constexpr wchar_t ENGLISH[] = L"1033";
+
+struct Language {
+    std::wstring name;  // of its folder
+    win32::LibraryHandle library;
+};
+
+Language load(const fs::path& folder)
+{
+    const fs::path path = folder / L"Revlane_loc.dll";
+    return {folder.filename().wstring(),
+            win32::LibraryHandle(LoadLibraryExW(
+                path.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE))};
+}
+
+bool begins_with(const std::string& name, const char* prefix)
+{
+    return name.rfind(prefix, 0) == 0;
+}
+
+bool is_button(const Control& control)
+{
+    return control.class_name == L"Button";
+}
+
+DWORD button_type(const Control& control)
+{
+    return control.style & BS_TYPEMASK;
+}
+
+bool shows_prefix(const Control& control)
+{
+    return is_button(control) ||
+           (control.class_name == L"Static" && (control.style & SS_NOPREFIX) == 0);
+}
+
+class Resources : public testing::Test {
+protected:
+    Resources()
+    {
+        const INITCOMMONCONTROLSEX classes{
+            sizeof classes, ICC_LISTVIEW_CLASSES | ICC_TREEVIEW_CLASSES | ICC_PROGRESS_CLASS};
+        InitCommonControlsEx(&classes);
+        for (const fs::directory_entry& folder :
+             fs::directory_iterator(support::product_root() / L"dist" / L"mui"))
+            languages_.push_back(load(folder.path()));
+        std::sort(languages_.begin(), languages_.end(),
+                  [](const Language& a, const Language& b) { return a.name < b.name; });
+    }
+
+    [[nodiscard]] HMODULE english() const
+    {
+        for (const Language& language : languages_)
+            if (language.name == ENGLISH)
+                return language.library.get();
+        ADD_FAILURE() << "there is no English library";
+        return nullptr;
+    }
+
+    // The ids whose names begin with `prefix`.
+    [[nodiscard]] std::map<std::string, int> ids(const char* prefix) const
+    {
+        std::map<std::string, int> found;
+        for (const auto& [name, id] : ids_)
+            if (begins_with(name, prefix))
+                found.emplace(name, id);
+        return found;
+    }
+
+    const std::map<std::string, int> ids_ = support::resource_ids();
+    std::vector<Language> languages_;
+};
+
+// Names every place of a text where a value comes in.
+std::vector<std::wstring> places_of(const std::wstring& text)
+{
+    std::vector<std::wstring> places;
+    for (std::size_t begin = text.find(L'{'); begin != std::wstring::npos;
+         begin = text.find(L'{', begin + 1))
+        places.push_back(text.substr(begin, text.find(L'}', begin) - begin + 1));
+    std::sort(places.begin(), places.end());
+    return places;
+}
+
+TEST_F(Resources, EveryLibraryIsDataAndHoldsEveryId)
+{
+    ASSERT_FALSE(ids_.empty());
+    for (const Language& language : languages_) {
+        SCOPED_TRACE(win32::to_utf8(language.name));
+        const HMODULE library = language.library.get();
+        ASSERT_NE(library, nullptr);
+        for (const auto& [name, id] : ids("IDS_"))
+            EXPECT_FALSE(support::read_text(library, id).empty()) << name;
+
+        std::set<int> controls;
+        for (const auto& [name, id] : ids("IDD_"))
+            for (const Control& control : support::read_dialog(library, id).controls)
+                controls.insert(control.id);
+        for (const auto& [name, id] : ids("IDC_"))
+            EXPECT_TRUE(controls.contains(id)) << name;
+
+        std::set<int> commands;
+        for (const auto& [name, id] : ids("IDM_"))
+            for (const MenuItem& item : support::read_menu(library, id))
+                commands.insert(static_cast<int>(item.id));
+        for (const auto& [name, id] : ids("ID_"))
+            EXPECT_TRUE(commands.contains(id)) << name;
+    }
+}
+
+TEST_F(Resources, PlacesForValuesCanBeFilled)
+{
+    for (const Language& language : languages_) {
+        for (const auto& [name, id] : ids("IDS_")) {
+            const std::wstring text = support::read_text(language.library.get(), id);
+            EXPECT_NO_THROW((void)fmt::format(fmt::runtime(text), 1, 2, 3)) << name;
+            EXPECT_EQ(places_of(text), places_of(support::read_text(english(), id))) << name;
+        }
+    }
+}
+
+TEST_F(Resources, NoAccessKeyIsGivenTwice)
+{
+    for (const Language& language : languages_) {
+        const HMODULE library = language.library.get();
+        for (const auto& [name, id] : ids("IDD_")) {
+            SCOPED_TRACE(win32::to_utf8(language.name) + " " + name);
+            std::set<wchar_t> keys;
+            for (const Control& control : support::read_dialog(library, id).controls) {
+                if (!shows_prefix(control))
+                    continue;
+                const wchar_t key = support::access_key(control.text);
+                EXPECT_TRUE(key == 0 || keys.insert(key).second) << win32::to_utf8(control.text);
+                // Without a repository the panel shows this text in place of "Push".
+                if (control.id == IDC_PUSH) {
+                    const std::wstring publish = support::read_text(library, IDS_PUBLISH);
+                    const wchar_t other = support::access_key(publish);
+                    EXPECT_TRUE(other == key || keys.insert(other).second);
+                }
+            }
+        }
+        for (const auto& [name, id] : ids("IDM_")) {
+            SCOPED_TRACE(win32::to_utf8(language.name) + " " + name);
+            std::set<wchar_t> keys;
+            for (const MenuItem& item : support::read_menu(library, id)) {
+                if (item.id == 0)
+                    continue;
+                const wchar_t key = support::access_key(item.text);
+                EXPECT_NE(key, 0) << win32::to_utf8(item.text);
+                EXPECT_TRUE(keys.insert(key).second) << win32::to_utf8(item.text);
+            }
+        }
+    }
+}
+
+// The room that a button needs beside its text, in pixels.
+LONG button_margin(const Control& control)
+{
+    switch (button_type(control)) {
+    case BS_AUTORADIOBUTTON:
+    case BS_AUTOCHECKBOX:
+        return GetSystemMetrics(SM_CXMENUCHECK) + 2 * GetSystemMetrics(SM_CXEDGE);
+    default:
+        return 4 * GetSystemMetrics(SM_CXEDGE);
+    }
+}
+
+TEST_F(Resources, EveryTextFitsItsControl)
+{
+    for (const Language& language : languages_) {
+        for (const auto& [name, id] : ids("IDD_")) {
+            for (const Control& control :
+                 support::read_dialog(language.library.get(), id).controls) {
+                if (is_button(control) && button_type(control) == BS_OWNERDRAW)
+                    continue;
+                if (!shows_prefix(control))
+                    continue;
+                const LONG margin = is_button(control) ? button_margin(control) : 0;
+                EXPECT_LE(control.text_size.cx + margin, control.size.cx)
+                    << win32::to_utf8(language.name) << " " << name << ": "
+                    << win32::to_utf8(control.text);
+                EXPECT_LE(control.text_size.cy, control.size.cy)
+                    << win32::to_utf8(language.name) << " " << name << ": "
+                    << win32::to_utf8(control.text);
+            }
+        }
+    }
+}
+
+TEST_F(Resources, EveryLanguageHasTheControlsAndItemsOfEnglish)
+{
+    using Form = std::vector<std::tuple<int, std::wstring, DWORD, DWORD>>;
+    const auto form_of = [](HMODULE library, int id) {
+        Form form;
+        for (const Control& control : support::read_dialog(library, id).controls)
+            form.emplace_back(control.id, control.class_name, control.style,
+                              control.extended_style);
+        return form;
+    };
+    const auto commands_of = [](HMODULE library, int id) {
+        std::vector<UINT> commands;
+        for (const MenuItem& item : support::read_menu(library, id))
+            commands.push_back(item.id);
+        return commands;
+    };
+    for (const Language& language : languages_) {
+        SCOPED_TRACE(win32::to_utf8(language.name));
+        for (const auto& [name, id] : ids("IDD_"))
+            EXPECT_EQ(form_of(language.library.get(), id), form_of(english(), id)) << name;
+        for (const auto& [name, id] : ids("IDM_"))
+            EXPECT_EQ(commands_of(language.library.get(), id), commands_of(english(), id)) << name;
+    }
+}
+
+TEST_F(Resources, ControlsHaveTheStylesThatTheirCodeReliesOn)
+{
+    struct Case {
+        int dialog;
+        int control;
+        DWORD with;
+        DWORD without;
+    };
+    const Case cases[] = {
+        {IDD_SIDEBAR, IDC_STAGED_LIST, LVS_REPORT | LVS_SHOWSELALWAYS, LVS_OWNERDATA},
+        {IDD_SIDEBAR, IDC_CHANGES_LIST, LVS_REPORT | LVS_SHOWSELALWAYS, LVS_OWNERDATA},
+        {IDD_SIDEBAR, IDC_BRANCHES_LIST, LVS_REPORT | LVS_OWNERDATA | LVS_SHOWSELALWAYS, 0},
+        {IDD_SIDEBAR, IDC_COMMIT_MESSAGE, ES_MULTILINE | ES_WANTRETURN | WS_VSCROLL, ES_READONLY},
+        {IDD_SIDEBAR, IDC_BRANCH, CBS_DROPDOWNLIST, CBS_SORT},
+        {IDD_SIDEBAR, IDC_PROGRESS, PBS_MARQUEE, WS_VISIBLE},
+        {IDD_SIDEBAR, IDC_EMPTY_TEXT, 0, WS_VISIBLE},
+        {IDD_OUTPUT, IDC_OUTPUT_TEXT, ES_MULTILINE | ES_READONLY | WS_VSCROLL | WS_HSCROLL, 0},
+        {IDD_HISTORY, IDC_COMMIT_LIST, LVS_REPORT | LVS_OWNERDATA | LVS_SHOWSELALWAYS, 0},
+        {IDD_HISTORY, IDC_COMMIT_DETAILS, ES_MULTILINE | ES_READONLY | WS_VSCROLL, 0},
+        {IDD_HISTORY, IDC_HISTORY_BRANCH, CBS_DROPDOWNLIST, CBS_SORT},
+        {IDD_FILE_PICKER, IDC_CHANGED_FILES, LVS_REPORT, LVS_OWNERDATA},
+    };
+    for (const Case& expected : cases) {
+        for (const Control& control : support::read_dialog(english(), expected.dialog).controls) {
+            if (control.id != expected.control)
+                continue;
+            EXPECT_EQ(control.style & expected.with, expected.with) << control.id;
+            EXPECT_EQ(control.style & expected.without, 0U) << control.id;
+        }
+    }
+    const Dialog panel = support::read_dialog(english(), IDD_SIDEBAR);
+    EXPECT_NE(panel.style & WS_CHILD, 0U);
+    for (const Control& control : panel.controls)
+        EXPECT_FALSE(is_button(control) && button_type(control) == BS_DEFPUSHBUTTON)
+            << "Return in a list of the panel would press " << control.id;
+    // The name of a new branch is typed without a further step.
+    const Dialog new_branch = support::read_dialog(english(), IDD_NEW_BRANCH);
+    const auto first = std::find_if(new_branch.controls.begin(), new_branch.controls.end(),
+                                    [](const Control& c) { return (c.style & WS_TABSTOP) != 0; });
+    ASSERT_NE(first, new_branch.controls.end());
+    EXPECT_EQ(first->class_name, L"Edit");
+}
+
+TEST(OwnResources, BitmapsServeWithAnAlphaChannelAndWithAMaskColour)
+{
+    const std::map<int, int> sizes = {{120, 16}, {121, 32}, {122, 24},
+                                      {123, 16}, {124, 24}, {125, 32}};
+    for (const auto& [id, size] : sizes) {
+        SCOPED_TRACE(id);
+        const win32::UniqueHandle<HGDIOBJ, ::DeleteObject> bitmap(
+            LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(id), IMAGE_BITMAP, 0, 0,
+                       LR_CREATEDIBSECTION));
+        ASSERT_TRUE(bitmap);
+        DIBSECTION section{};
+        ASSERT_EQ(GetObjectW(bitmap.get(), sizeof section, &section), int{sizeof section});
+        EXPECT_EQ(section.dsBm.bmWidth, size);
+        EXPECT_EQ(section.dsBm.bmHeight, size);
+        ASSERT_EQ(section.dsBm.bmBitsPixel, 32);
+        const auto* pixels = static_cast<const RGBQUAD*>(section.dsBm.bmBits);
+        int whole = 0;
+        int clear = 0;
+        for (int i = 0; i < size * size; ++i) {
+            const RGBQUAD& pixel = pixels[i];
+            const BYTE brightest = std::max({pixel.rgbRed, pixel.rgbGreen, pixel.rgbBlue});
+            EXPECT_LE(brightest, pixel.rgbReserved) << "the colours are premultiplied";
+            whole += pixel.rgbReserved == 255 && brightest > 0;
+            clear += pixel.rgbReserved == 0;
+        }
+        // Something is drawn, and something is left free.
+        EXPECT_GT(whole, size * size / 8);
+        EXPECT_GT(clear, size * size / 4);
+    }
+}
+
+}  // namespace
