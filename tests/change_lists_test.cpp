@@ -129,6 +129,34 @@ private:
     }
 };
 
+// Closes the error boxes of this thread as they come up, and counts them.
+class ErrorBoxes {
+public:
+    ErrorBoxes() : timer_(SetTimer(nullptr, 0, 10, look)) { closed_ = 0; }
+    ~ErrorBoxes() { KillTimer(nullptr, timer_); }
+    ErrorBoxes(const ErrorBoxes&) = delete;
+    ErrorBoxes& operator=(const ErrorBoxes&) = delete;
+
+    [[nodiscard]] static int closed() { return closed_; }
+
+private:
+    static void CALLBACK look(HWND, UINT, UINT_PTR, DWORD)
+    {
+        EnumThreadWindows(GetCurrentThreadId(), close, 0);
+    }
+    static BOOL CALLBACK close(HWND window, LPARAM)
+    {
+        if (!IsWindowVisible(window) || win32::window_text(window) != L"Error")
+            return TRUE;
+        ++closed_;
+        SendMessageW(window, TDM_CLICK_BUTTON, IDCLOSE, 0);
+        return FALSE;
+    }
+
+    static inline int closed_ = 0;
+    UINT_PTR timer_;
+};
+
 // What a context menu showed.
 struct Menu {
     std::vector<UINT> commands;
@@ -260,6 +288,10 @@ protected:
     Bound<StagedList> bound_;
     StagedList& changes_ = bound_.changes;
 };
+
+// A diff of them takes a while.
+constexpr const char* MANY_FOLDERS =
+    "i=0; while [ $i -lt 300 ]; do mkdir d$i; echo text >d$i/f; i=$((i+1)); done";
 
 git::Repository open(const support::TempRepository& files)
 {
@@ -614,6 +646,30 @@ TEST_F(ChangeLists, RowsAgreeWithGitStatus)
     EXPECT_TRUE(rows_of(unstaged.owner.list).empty());
 }
 
+TEST_F(ChangeLists, AStagedErrorIsShownOnceUntilARefreshSucceeds)
+{
+    const support::TempRepository files;
+    files.write_file("staged", "text");
+    files.script("git add -A");
+    const git::Repository repository = open(files);
+    Bound<StagedList> staged;
+    staged.changes.set_repository(&repository);
+    staged.changes.refresh();
+    ASSERT_EQ(rows_of(staged.owner.list).size(), 1u);
+
+    const std::string head = files.read_file(".git/HEAD");
+    const ErrorBoxes boxes;
+    for (const int expected : {1, 2}) {
+        files.write_file(".git/HEAD", "neither a reference nor an id");
+        staged.changes.refresh();
+        staged.changes.refresh();
+        EXPECT_EQ(boxes.closed(), expected);
+        EXPECT_EQ(rows_of(staged.owner.list).size(), 1u) << "the rows stay";
+        files.write_file(".git/HEAD", head);
+        staged.changes.refresh();
+    }
+}
+
 TEST_F(ChangeLists, RefreshesThatWaitAreMerged)
 {
     const support::TempRepository files;
@@ -653,6 +709,17 @@ TEST_F(ChangeLists, NoLateAnswerForAFormerRepository)
     EXPECT_EQ(unstaged.owner.order, "DCD");
     EXPECT_EQ((**unstaged.owner.results[0])[0].new_path, L"of the second");
 
+    // It runs already.
+    first.script(MANY_FOLDERS);
+    unstaged.changes.set_repository(&first_repository);
+    unstaged.changes.refresh();
+    while (pool.get_tasks_queued() > 0)
+        std::this_thread::yield();
+    unstaged.changes.set_repository(&second_repository);
+    pool.wait();
+    support::pump_waiting();
+    EXPECT_EQ(unstaged.owner.results.size(), 1u);
+
     // It has not started yet.
     unstaged.owner.order.clear();
     std::binary_semaphore go(0);
@@ -679,7 +746,7 @@ TEST_F(ChangeLists, NoLateAnswerForAFormerRepository)
 TEST_F(ChangeLists, GoWithWorkInFlight)
 {
     const support::TempRepository files;
-    files.script("i=0; while [ $i -lt 300 ]; do mkdir d$i; touch d$i/f; i=$((i+1)); done");
+    files.script(MANY_FOLDERS);
     const git::Repository repository = open(files);
     BS::thread_pool<> pool(1);
     for (int i = 0; i < 10; ++i) {

@@ -93,9 +93,12 @@ TEST(GetDpi, FollowsParentsAndOwnersToTheFrame)
     const HWND bar = make_window(WS_CHILD, frame.window());
     const HWND popup = make_window(WS_POPUP, bar);
     const HWND control = make_window(WS_CHILD, popup);
-    for (const HWND window : {frame.window(), bar, popup, control})
+    // Not a popup, so that it has an owner but no parent.
+    const HWND owned = make_window(WS_OVERLAPPEDWINDOW, frame.window());
+    for (const HWND window : {frame.window(), bar, popup, control, owned})
         EXPECT_EQ(frame_dpi(window), 168);
     DestroyWindow(popup);
+    DestroyWindow(owned);
 
     const HWND elsewhere = make_window(WS_OVERLAPPEDWINDOW, nullptr);
     EXPECT_EQ(frame_dpi(elsewhere), std::nullopt);
