@@ -9,6 +9,7 @@
 #include <windows.h>
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -28,6 +29,25 @@ using Handled = std::optional<LRESULT>;
 // answered through DWLP_MSGRESULT.
 bool answers_by_return_value(UINT message) noexcept;
 
+// Hands a dialog's message to its object and returns the dialog procedure's answer. The object may be
+// gone when its `handle` returns.
+template <typename T>
+INT_PTR answer_dialog_message(T& object, const Message& message) noexcept
+{
+    try {
+        const Handled result = object.handle(message);
+        if (!result)
+            return FALSE;
+        if (answers_by_return_value(message.id))
+            return static_cast<INT_PTR>(*result);
+        SetWindowLongPtrW(message.window, DWLP_MSGRESULT, *result);
+        return TRUE;
+    } catch (...) {
+        show_current_exception(message.window);
+        return FALSE;
+    }
+}
+
 // Dialog procedure of an object that exists before its dialog and outlives it. The object arrives
 // as the creation parameter (lParam of WM_INITDIALOG: a T*), is kept in DWLP_USER and is forgotten
 // at WM_NCDESTROY. T has `Handled handle(const Message&)`, which sees WM_INITDIALOG as its first
@@ -42,18 +62,34 @@ INT_PTR CALLBACK dialog_proc(HWND window, UINT id, WPARAM wparam, LPARAM lparam)
         return FALSE;
     if (id == WM_NCDESTROY)
         SetWindowLongPtrW(window, DWLP_USER, 0);
-    try {
-        const Handled result = object->handle(Message{window, id, wparam, lparam});
-        if (!result)
+    return answer_dialog_message(*object, Message{window, id, wparam, lparam});
+}
+
+// Dialog procedure of an object that lives exactly as long as its modeless dialog: made at
+// WM_INITDIALOG as T(const Parameter&) from the creation parameter (a Parameter*, borrowed), and
+// destroyed once its `handle` has seen WM_NCDESTROY. An object that cannot be made ends the dialog.
+template <typename T, typename Parameter>
+INT_PTR CALLBACK owning_dialog_proc(HWND window, UINT id, WPARAM wparam, LPARAM lparam) noexcept
+{
+    if (id == WM_INITDIALOG) {
+        try {
+            auto made = std::make_unique<T>(*reinterpret_cast<const Parameter*>(lparam));
+            SetWindowLongPtrW(window, DWLP_USER, reinterpret_cast<LONG_PTR>(made.release()));
+        } catch (...) {
+            show_current_exception(window);
+            DestroyWindow(window);
             return FALSE;
-        if (answers_by_return_value(id))
-            return static_cast<INT_PTR>(*result);
-        SetWindowLongPtrW(window, DWLP_MSGRESULT, *result);
-        return TRUE;
-    } catch (...) {
-        show_current_exception(window);
-        return FALSE;
+        }
     }
+    auto* object = reinterpret_cast<T*>(GetWindowLongPtrW(window, DWLP_USER));
+    if (object == nullptr)
+        return FALSE;
+    const Message message{window, id, wparam, lparam};
+    if (id != WM_NCDESTROY)
+        return answer_dialog_message(*object, message);
+    SetWindowLongPtrW(window, DWLP_USER, 0);
+    const std::unique_ptr<T> ended(object);
+    return answer_dialog_message(*ended, message);
 }
 
 // Window procedure of an object that is handed to CreateWindowExW as the creation parameter (a T*),
