@@ -1,0 +1,156 @@
+#include "changes/branch_switch.h"
+
+#include "changes/post_result.h"
+#include "changes/stash_guard.h"
+#include "changes/texts.h"
+#include "git/handles.h"
+#include "resources/ids.h"
+#include "win32/text.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+#include <fmt/xchar.h>
+
+namespace revlane {
+
+namespace {
+
+// One switch under way: runs its steps and reports each of them.
+class Switch {
+public:
+    Switch(HWND owner, const git::Repository& repository, const git::CommandContext& context)
+        : owner_(owner), repository_(repository.handle.get()), context_(context),
+          whole_(context.git)
+    {
+    }
+
+    bool run(std::string branch, bool is_remote)
+    {
+        if (is_remote) {
+            const std::string local = local_branch_name(branch);
+            if (!report(git::create_branch(context_, win32::to_wide(local),
+                                           win32::to_wide(branch))))
+                return false;
+            branch = local;
+        }
+        return stash(win32::to_wide(branch)) && check_out_and_apply(win32::to_wide(branch));
+    }
+
+private:
+    // Puts the work into a stash and reads the list of stashes, which shows whether there was any.
+    bool stash(const std::wstring& branch)
+    {
+        SYSTEMTIME now{};
+        GetLocalTime(&now);
+        message_ = stash_message(now, branch);
+        const std::optional<git_oid> before = top_of_stash(repository_);
+        git::CommandResult pushed = git::push_stash(context_, message_);
+        // Even a push that was ended may have made its stash.
+        const std::optional<git_oid> after = top_of_stash(repository_);
+        if (after && (!before || !git_oid_equal(&*before, &*after)))
+            stash_ = after;
+        if (!report(std::move(pushed)))
+            return false;
+        git::StashList list = git::list_stashes(context_);
+        const std::string message = win32::to_utf8(message_);
+        is_listed_ = std::any_of(list.subjects.begin(), list.subjects.end(),
+                                 [&message](const std::string& subject) {
+                                     return subject.ends_with(message);
+                                 });
+        return report(std::move(list.result));
+    }
+
+    bool check_out_and_apply(const std::wstring& branch)
+    {
+        if (!report(git::checkout_branch(context_, branch)))
+            return false;
+        if (!is_listed_) {
+            if (stash_)
+                say(L"stash list", IDS_STASH_NOT_FOUND);
+            return !stash_;
+        }
+        if (!report(git::apply_stash(context_, message_)))
+            return false;
+        return drop();
+    }
+
+    // Drops the stash once all that is in it is in the working tree and the index.
+    bool drop()
+    {
+        const std::optional<git_oid> top = top_of_stash(repository_);
+        if (!stash_ || !top || !git_oid_equal(&*top, &*stash_)) {
+            say(L"stash drop", IDS_STASH_NOT_ON_TOP);
+            return true;
+        }
+        const git::Result<bool> restored = restore_staged(repository_, *stash_);
+        if (!restored || !*restored) {
+            say(L"stash drop", IDS_STAGED_NOT_RESTORED);
+            return true;
+        }
+        return report(git::drop_stash(context_));
+    }
+
+    // Posts a result. A switch that was ended goes no further, even when the command was done.
+    bool report(git::CommandResult result)
+    {
+        if (result.ok && whole_.was_ended()) {
+            result.ok = false;
+            result.output += win32::to_utf8(host::load_text(IDS_CANCELLED));
+        }
+        if (!result.ok && stash_)
+            result.output += "\n" + win32::to_utf8(text_with(IDS_STASH_KEPT, message_));
+        return post_result(owner_, std::move(result));
+    }
+
+    // Says something that no command of git says.
+    void say(const wchar_t* step, UINT text)
+    {
+        post_result(owner_, {step, win32::to_utf8(text_with(text, message_)), false});
+    }
+
+    HWND owner_;
+    git_repository* repository_;
+    const git::CommandContext& context_;
+    git::Git::Run whole_;
+    std::wstring message_;
+    std::optional<git_oid> stash_;  // what the push has made
+    bool is_listed_ = false;
+};
+
+}  // namespace
+
+std::wstring stash_message(const SYSTEMTIME& local_time, std::wstring_view branch)
+{
+    return fmt::format(L"revlane-{:04d}-{:02d}-{:02d}-{:02d}{:02d}{:02d}{:04d}-{}",
+                       local_time.wYear, local_time.wMonth, local_time.wDay, local_time.wHour,
+                       local_time.wMinute, local_time.wSecond, local_time.wMilliseconds, branch);
+}
+
+std::string local_branch_name(std::string_view remote_branch)
+{
+    const std::size_t slash = remote_branch.find('/');
+    return std::string(slash == std::string_view::npos ? remote_branch
+                                                       : remote_branch.substr(slash + 1));
+}
+
+bool switch_branch(HWND owner, const git::Repository& repository,
+                   const git::CommandContext& context, const std::string& branch, bool is_remote)
+{
+    return Switch(owner, repository, context).run(branch, is_remote);
+}
+
+void switch_branch_at(HWND owner, const std::filesystem::path& workdir, git::Git& git,
+                      const std::string& branch, bool is_remote)
+{
+    const git::LibraryScope library;
+    const git::Result<git::Repository> repository = git::open_repository(workdir);
+    if (repository)
+        switch_branch(owner, *repository, git::CommandContext{workdir, git}, branch, is_remote);
+    else
+        post_result(owner, {L"checkout " + win32::to_wide(branch), git::to_utf8(repository.error()),
+                            false});
+}
+
+}  // namespace revlane
