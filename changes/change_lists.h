@@ -24,7 +24,9 @@ public:
     // `pool` has one thread and outlives the list.
     explicit ChangesList(BS::thread_pool<>& pool);
     // The same as cancel().
-    ~ChangesList();
+    ~ChangesList() override;
+    ChangesList(const ChangesList&) = delete;
+    ChangesList& operator=(const ChangesList&) = delete;
 
     // The repository to show from now on (null: none); it belongs to the panel and outlives its use.
     // Ends the work for the former one: no answer for it arrives any more.

@@ -334,7 +334,7 @@ void ChangesListBase::paint_empty_text() const
     const win32::WindowDc dc(list_);
     if (dc.get() == nullptr)
         return;
-    const auto font = reinterpret_cast<HFONT>(SendMessageW(list_, WM_GETFONT, 0, 0));
+    auto* const font = reinterpret_cast<HFONT>(SendMessageW(list_, WM_GETFONT, 0, 0));
     const win32::SelectedObject selected(dc.get(),
                                          font != nullptr ? font : GetStockObject(DEFAULT_GUI_FONT));
     RECT client{};

@@ -31,6 +31,8 @@ public:
     virtual void on_default_action() = 0;
     // Reads the changes anew. Keeps selection, focus and scroll position.
     virtual void refresh() = 0;
+    // Last, so that the slots keep their order.
+    virtual ~ChangesListBase() = default;
 
     // Binds the control `list` of the dialog `owner`. `empty_text` is shown in the middle of a list
     // that was filled and has no rows.
@@ -62,7 +64,6 @@ public:
 
 protected:
     ChangesListBase() = default;
-    ~ChangesListBase() = default;
 
     // Null: no repository is open. Empties the list, which shows nothing until it is filled anew.
     void change_repository(const git::Repository* repository);

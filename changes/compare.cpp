@@ -23,6 +23,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace revlane {
 
@@ -105,9 +106,9 @@ git::Result<void> write_temp_file(const path& name, std::span<const std::byte> b
     if (!name.is_absolute())
         return windows_failure(ERROR_PATH_NOT_FOUND);
     const path file = win32::long_path(name);
-    if (const auto removed = remove_former(file); !removed)
+    if (auto removed = remove_former(file); !removed)
         return removed;
-    if (const auto created = create_folder(name.parent_path()); !created)
+    if (auto created = create_folder(name.parent_path()); !created)
         return created;
     win32::FileHandle handle(create_for_writing(file, TRUNCATE_EXISTING));
     if (!handle)
@@ -128,7 +129,7 @@ git::Result<void> write_temp_file(const path& name, std::span<const std::byte> b
 
 git::Result<path> write_empty_side()
 {
-    const path file = empty_file_path();
+    path file = empty_file_path();
     return write_temp_file(file, {}).map([&] { return file; });
 }
 
@@ -138,7 +139,7 @@ git::Result<path> write_side(const git::Repository& repository, const git_oid& i
     const auto blob = git::lookup_blob(repository.handle.get(), id);
     if (!blob)
         return tl::unexpected(blob.error());
-    const path file = temp_file_name(relative_path, win32::to_utf8(git::oid_to_text(id)));
+    path file = temp_file_name(relative_path, win32::to_utf8(git::oid_to_text(id)));
     return write_temp_file(file, git::blob_bytes(blob->get())).map([&] { return file; });
 }
 
@@ -223,8 +224,8 @@ struct Comparison {
     git::Repository repository;
     git::FileChange change;
 
-    Comparison(const git::Repository& given_repository, const git::FileChange& given_change)
-        : repository(given_repository), change(given_change)
+    Comparison(git::Repository given_repository, git::FileChange given_change)
+        : repository(std::move(given_repository)), change(std::move(given_change))
     {
     }
 };

@@ -132,12 +132,12 @@ private:
 // Closes the error boxes of this thread as they come up, and counts them.
 class ErrorBoxes {
 public:
-    ErrorBoxes() : timer_(SetTimer(nullptr, 0, 10, look)) { closed_ = 0; }
+    ErrorBoxes() : timer_(SetTimer(nullptr, 0, 10, look)) { count = 0; }
     ~ErrorBoxes() { KillTimer(nullptr, timer_); }
     ErrorBoxes(const ErrorBoxes&) = delete;
     ErrorBoxes& operator=(const ErrorBoxes&) = delete;
 
-    [[nodiscard]] static int closed() { return closed_; }
+    [[nodiscard]] static int closed() { return count; }
 
 private:
     static void CALLBACK look(HWND, UINT, UINT_PTR, DWORD)
@@ -148,12 +148,12 @@ private:
     {
         if (!IsWindowVisible(window) || win32::window_text(window) != L"Error")
             return TRUE;
-        ++closed_;
+        ++count;
         SendMessageW(window, TDM_CLICK_BUTTON, IDCLOSE, 0);
         return FALSE;
     }
 
-    static inline int closed_ = 0;
+    static inline int count = 0;
     UINT_PTR timer_;
 };
 

@@ -165,12 +165,12 @@ void create_file(const path& file, std::string_view bytes)
 // The temporary files of each test go into a folder of its own.
 class TempFiles : public testing::Test {
 protected:
-    TempFiles()
+    void SetUp() override
     {
         GetEnvironmentVariableW(L"TMP", former_.data(), static_cast<DWORD>(former_.size()));
         SetEnvironmentVariableW(L"TMP", folder_.path().c_str());
     }
-    ~TempFiles() override
+    void TearDown() override
     {
         remove_temp_directory();
         SetEnvironmentVariableW(L"TMP", former_.data());
@@ -184,10 +184,10 @@ private:
 
 class Compare : public TempFiles {
 protected:
-    static void SetUpTestSuite() { files_ = std::make_unique<support::TempRepository>(); }
-    static void TearDownTestSuite() { files_.reset(); }
+    static void SetUpTestSuite() { files = std::make_unique<support::TempRepository>(); }
+    static void TearDownTestSuite() { files.reset(); }
 
-    Compare() : repository_(*git::open_repository(files_->path())) {}
+    Compare() : repository_(*git::open_repository(files->path())) {}
 
     git_oid blob(std::string_view bytes)
     {
@@ -203,7 +203,7 @@ protected:
         return temp_directory() / (win32::to_wide(digits.data()) + L"-" + name);
     }
 
-    static inline std::unique_ptr<support::TempRepository> files_;
+    static inline std::unique_ptr<support::TempRepository> files;
     git::Repository repository_;
     RecordingFrame frame_;
 };
@@ -435,7 +435,7 @@ TEST_F(Compare, SurvivesAPanelThatChangesWhileADocumentOpens)
 {
     auto change = std::make_unique<FileChange>(
         FileChange{L"a", L"a", blob("old"), blob("new"), ChangeStatus::Modified});
-    auto repository = std::make_unique<git::Repository>(*git::open_repository(files_->path()));
+    auto repository = std::make_unique<git::Repository>(*git::open_repository(files->path()));
     frame_.on_open = [&] {
         change.reset();
         repository.reset();
@@ -446,7 +446,7 @@ TEST_F(Compare, SurvivesAPanelThatChangesWhileADocumentOpens)
 
 TEST_F(Compare, OpensAFileOfTheWorkingTree)
 {
-    files_->write_file("folder/ä b.txt", "text");
+    files->write_file("folder/ä b.txt", "text");
     EXPECT_TRUE(open_working_tree_file(frame_.window(), repository_, L"folder/ä b.txt"));
     EXPECT_EQ(frame_.sent, std::vector<Sent>{opened(repository_.path / L"folder\\ä b.txt", 1)});
 

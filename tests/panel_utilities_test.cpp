@@ -62,7 +62,7 @@ HWND make_window(DWORD style, HWND parent)
 
 class OutputWindowTest : public testing::Test {
 protected:
-    ~OutputWindowTest() override { DestroyWindow(owner_); }
+    void TearDown() override { DestroyWindow(owner_); }
 
     [[nodiscard]] HWND edit() const { return GetDlgItem(output_->window(), IDC_OUTPUT_TEXT); }
     [[nodiscard]] LONG font_height() const
@@ -152,7 +152,8 @@ TEST(GitOutputLog, KeepsItsNewestEnd)
     }
 
     GitOutputLog full;
-    const std::wstring quarter(0x1000000, L'x');
+    std::wstring quarter;
+    quarter.resize(GitOutputLog::CAPACITY / 4, L'x');
     for (int i = 0; i < 5; ++i)
         append_git_output(full, quarter, "");
     EXPECT_EQ(full.size(), 0x4000000u);
