@@ -23,7 +23,8 @@ inline constexpr UINT WM_REVLANE_REFRESH = WM_APP;
 inline constexpr UINT WM_REVLANE_SELECT_COMMIT = WM_APP + 1;
 inline constexpr UINT WM_REVLANE_SHOW_HEAD = WM_APP + 2;
 inline constexpr UINT WM_REVLANE_SHOW_FILE_HISTORY = WM_APP + 3;
-// ChangesList task to the sidebar: ChangesResult.
+// ChangesList task to the sidebar: ChangesResult, never one for a repository that the list showed
+// before; it goes to ChangesList::update_changes.
 inline constexpr UINT WM_REVLANE_CHANGES = WM_APP + 8;
 // To the sidebar and the history window: show the repository at this path (std::wstring).
 inline constexpr UINT WM_REVLANE_OPEN_REPOSITORY = WM_APP + 9;
