@@ -1,17 +1,17 @@
 #include "changes/branch_switch.h"
 
-#include "changes/post_result.h"
+#include "changes/command_task.h"
 #include "changes/stash_guard.h"
 #include "changes/texts.h"
 #include "git/handles.h"
 #include "resources/ids.h"
 #include "win32/text.h"
 
+#include <fmt/xchar.h>
+
 #include <algorithm>
 #include <optional>
 #include <utility>
-
-#include <fmt/xchar.h>
 
 namespace revlane {
 
@@ -30,8 +30,8 @@ public:
     {
         if (is_remote) {
             const std::string local = local_branch_name(branch);
-            if (!report(git::create_branch(context_, win32::to_wide(local),
-                                           win32::to_wide(branch))))
+            if (!report(
+                    git::create_branch(context_, win32::to_wide(local), win32::to_wide(branch))))
                 return false;
             branch = local;
         }
@@ -55,10 +55,9 @@ private:
             return false;
         git::StashList list = git::list_stashes(context_);
         const std::string message = win32::to_utf8(message_);
-        is_listed_ = std::any_of(list.subjects.begin(), list.subjects.end(),
-                                 [&message](const std::string& subject) {
-                                     return subject.ends_with(message);
-                                 });
+        is_listed_ = std::any_of(
+            list.subjects.begin(), list.subjects.end(),
+            [&message](const std::string& subject) { return subject.ends_with(message); });
         return report(std::move(list.result));
     }
 
@@ -141,13 +140,13 @@ bool switch_branch(HWND owner, const git::Repository& repository,
     return Switch(owner, repository, context).run(branch, is_remote);
 }
 
-void switch_branch_at(HWND owner, const std::filesystem::path& workdir, git::Git& git,
-                      const std::string& branch, bool is_remote)
+void switch_branch_at(HWND owner, const git::CommandContext& context, const std::string& branch,
+                      bool is_remote)
 {
     const git::LibraryScope library;
-    const git::Result<git::Repository> repository = git::open_repository(workdir);
+    const git::Result<git::Repository> repository = git::open_repository(context.workdir);
     if (repository)
-        switch_branch(owner, *repository, git::CommandContext{workdir, git}, branch, is_remote);
+        switch_branch(owner, *repository, context, branch, is_remote);
     else
         post_result(owner, {L"checkout " + win32::to_wide(branch), git::to_utf8(repository.error()),
                             false});

@@ -8,7 +8,6 @@
 
 #include <windows.h>
 
-#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -30,9 +29,9 @@ std::string local_branch_name(std::string_view remote_branch);
 bool switch_branch(HWND owner, const git::Repository& repository,
                    const git::CommandContext& context, const std::string& branch, bool is_remote);
 
-// What a task of the branch controls does: opens the repository at `workdir` and switches in it. A
+// What a task of the branch controls does: opens the repository of `context` and switches in it. A
 // repository that cannot be opened is posted as a failed result.
-void switch_branch_at(HWND owner, const std::filesystem::path& workdir, git::Git& git,
-                      const std::string& branch, bool is_remote);
+void switch_branch_at(HWND owner, const git::CommandContext& context, const std::string& branch,
+                      bool is_remote);
 
 }  // namespace revlane

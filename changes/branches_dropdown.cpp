@@ -1,6 +1,7 @@
 #include "changes/branches_dropdown.h"
 
 #include "changes/branch_switch.h"
+#include "changes/command_task.h"
 #include "win32/text.h"
 
 #include <algorithm>
@@ -26,10 +27,25 @@ bool selects_at_once(WPARAM key)
     }
 }
 
+// Counts a task for as long as it exists: until it has run, or was dropped.
+class Counted {
+public:
+    explicit Counted(std::shared_ptr<std::atomic<int>> count) : count_(std::move(count))
+    {
+        ++*count_;
+    }
+    ~Counted() { --*count_; }
+    Counted(const Counted&) = delete;
+    Counted& operator=(const Counted&) = delete;
+
+private:
+    std::shared_ptr<std::atomic<int>> count_;
+};
+
 }  // namespace
 
 BranchesDropdown::BranchesDropdown(BS::thread_pool<>& pool, std::shared_ptr<git::Git> git)
-    : pool_(pool), git_(std::move(git)), switching_(std::make_shared<std::atomic<int>>(0))
+    : pool_(pool), git_(std::move(git)), switches_(std::make_shared<std::atomic<int>>(0))
 {
 }
 
@@ -39,8 +55,8 @@ void BranchesDropdown::attach(HWND owner, HWND combo)
 {
     owner_ = owner;
     combo_ = combo;
-    subclass_.emplace(
-        combo, [this](const win32::Message& message) { return on_combo_message(message); });
+    subclass_.emplace(combo,
+                      [this](const win32::Message& message) { return on_combo_message(message); });
 }
 
 void BranchesDropdown::set_repository(const git::Repository* repository)
@@ -154,19 +170,18 @@ void BranchesDropdown::on_branch_change()
         select_current();
         return;
     }
-    ++*switching_;
-    pool_.detach_task([owner = owner_, workdir = repo_->path, git = git_, switching = switching_,
-                       branch = std::string(git_reference_shorthand(chosen)),
-                       is_remote = git_reference_is_remote(chosen) != 0] {
-        switch_branch_at(owner, workdir, *git, branch, is_remote);
-        --*switching;
-    });
-    PostMessageW(owner_, WM_SETCURSOR, 0, 0);
+    submit_command(pool_, owner_, repo_->path, git_,
+                   [count = std::make_shared<Counted>(switches_),
+                    branch = std::string(git_reference_shorthand(chosen)),
+                    is_remote = git_reference_is_remote(chosen) !=
+                                0](HWND owner, const git::CommandContext& context) {
+                       switch_branch_at(owner, context, branch, is_remote);
+                   });
 }
 
 bool BranchesDropdown::is_switching() const noexcept
 {
-    return *switching_ > 0;
+    return *switches_ > 0;
 }
 
 win32::Handled BranchesDropdown::on_combo_message(const win32::Message& message)

@@ -51,7 +51,7 @@ public:
     void on_branch_change();
 
     [[nodiscard]] const git::BranchList& references() const noexcept { return references_; }
-    // Whether a switch that was queued here has not ended yet.
+    // Whether a switch that was queued here waits or runs.
     [[nodiscard]] bool is_switching() const noexcept;
 
 private:
@@ -74,9 +74,9 @@ private:
     std::vector<std::wstring> names_;  // as shown, one an item
     std::string current_;
     std::optional<std::wstring> unborn_;
-    std::optional<Contents> waiting_;  // came while the list was open
-    bool was_picked_ = false;          // the list closes since an item was picked
-    std::shared_ptr<std::atomic<int>> switching_;
+    std::optional<Contents> waiting_;             // came while the list was open
+    bool was_picked_ = false;                     // the list closes since an item was picked
+    std::shared_ptr<std::atomic<int>> switches_;  // that wait or run
     std::optional<win32::Subclass> subclass_;
 };
 

@@ -1,7 +1,8 @@
-// The panel's list of all branches: what each stands at, and what can be done with it. Window thread;
-// a member of its window.
+// The panel's list of all branches: where each stands, and what can be done with it. Window thread; a
+// member of its window.
 #pragma once
 
+#include "changes/tracking.h"
 #include "git/git.h"
 #include "git/references.h"
 #include "win32/handle.h"
@@ -9,27 +10,19 @@
 #include "win32/window.h"
 
 #include <windows.h>
-
 #include <commctrl.h>
-#include <functional>
-#include <map>
+
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace revlane {
 
-// From the full name of a local branch to where it stands against its upstream.
-using TrackingMap = std::map<std::string, git::AheadBehind, std::less<>>;
-
-// Reads the tracking of every local branch that has an upstream; `is_cancelled` (may be empty) is
-// asked before each. On the thread of the repository; counting takes a walk where the two have
-// parted.
-TrackingMap read_tracking(git_repository* repository, const std::function<bool()>& is_cancelled = {});
-
 // The control is an owner-data list view in report style without a header (LVS_REPORT |
-// LVS_OWNERDATA | LVS_NOCOLUMNHEADER | LVS_SHOWSELALWAYS).
+// LVS_OWNERDATA | LVS_NOCOLUMNHEADER | LVS_SHOWSELALWAYS), so that thousands of branches are shown at
+// once. The current branch stands out in bold and says so, remote-tracking branches are grey.
 class BranchesList {
 public:
     // Commands run on `pool` (one thread, outlives the list) through `git`. `frame` is the editor's
@@ -60,59 +53,71 @@ public:
     // Its short name, UTF-8.
     [[nodiscard]] std::optional<std::string> shown_branch_name() const;
 
+    // Row i shows the element i.
     [[nodiscard]] const git::BranchList& references() const noexcept { return references_; }
-    [[nodiscard]] std::vector<std::size_t> selected_rows() const;
-    // Disables the items of the context menu that do not fit the present selection.
-    void prepare_menu(HMENU menu) const;
 
     // The dialog hands every WM_NOTIFY and WM_CONTEXTMENU to it. Nothing: it is not for this list.
     // The panel may be gone when a value is returned.
     win32::Handled on_owner_message(const win32::Message& message);
 
+    // The commands of the context menu, which arrive at the control as WM_COMMAND. Each does nothing
+    // while the menu would not offer it. Those that ask a question pump messages: the list may be
+    // gone when they return.
     void on_select();
     void on_checkout();
     void on_create_branch();
     void on_delete_branch();
     void on_delete_remote();
     void on_compare();
+    void on_refresh();
 
 private:
+    struct View;
+
+    // branches_list.cpp: the control.
     win32::Handled on_list_message(const win32::Message& message);
     win32::Handled on_command(UINT id);
     win32::Handled on_notify(NMHDR& header);
-    void on_context_menu(std::optional<POINT> where);
-    void on_set_revision(WPARAM wparam);
-    void show_text_of(NMLVDISPINFOW& info) const;
-    [[nodiscard]] LRESULT draw(NMLVCUSTOMDRAW& draw);
-    [[nodiscard]] int find_by_text(const NMLVFINDITEMW& find) const;
-
-    [[nodiscard]] const git_reference* selected_reference() const;
-    [[nodiscard]] std::optional<std::size_t> row_of(std::string_view full_name) const;
-    [[nodiscard]] std::wstring tracking_text(std::size_t row) const;
-    void set_shown_branch(const git_reference* reference);
-    void keep_shown_branch();
-    void measure_tracking();
+    void on_context_menu(bool by_keyboard);
+    void on_set_revision(std::string_view name);
+    void disable_items(HMENU menu) const;
+    void answer_text(NMLVDISPINFOW& info) const;
+    [[nodiscard]] LRESULT find_row(const NMLVFINDITEMW& find) const;
+    [[nodiscard]] LRESULT draw(NMLVCUSTOMDRAW& draw) const;
+    [[nodiscard]] std::wstring note(std::size_t row) const;
+    [[nodiscard]] bool is_current(std::size_t row) const;
+    [[nodiscard]] HFONT font() const;
+    void measure();
+    [[nodiscard]] int widest_note() const;
     void fit_columns();
-    void make_fonts();
-    [[nodiscard]] POINT keyboard_menu_place() const;
-    // Runs `task` on the pool with copies of what a command needs.
-    using Task = std::function<void(HWND owner, const std::filesystem::path& workdir, git::Git& git)>;
-    void submit(Task task);
+    [[nodiscard]] View view() const;
+    void restore_rows(const View& view, const git::BranchList& former);
+    void restore_top(const View& view, const git::BranchList& former);
+    [[nodiscard]] std::optional<std::size_t> row_of(std::string_view full_name) const;
+
+    // branches_commands.cpp: what the user starts.
+    // Null unless exactly one row is selected.
+    [[nodiscard]] git_reference* selected() const;
+    // Says so to the owner.
+    void set_shown_branch(git_reference* branch);
+    void keep_shown_branch();
 
     HWND frame_;
     BS::thread_pool<>& pool_;
     std::shared_ptr<git::Git> git_;
+    std::shared_ptr<const char> life_;  // expires with the list, for those who waited for an answer
     HWND owner_ = nullptr;
-    HWND list_ = nullptr;
+    HWND list_ = nullptr;  // null once the control is gone
     const git::Repository* repo_ = nullptr;
-    git::BranchList references_;        // one a row
-    std::vector<std::wstring> names_;   // as shown, one a row
-    std::string current_;               // full name; empty: none
+    git::BranchList references_;
+    std::vector<std::wstring> names_;  // as shown, one a row
+    std::string current_;              // full name; empty: none
     TrackingMap tracking_;
-    int tracking_width_ = 0;  // pixels of the widest text of tracking_
     git::Reference shown_branch_;
     std::wstring empty_text_;
-    bool is_filled_ = false;
+    std::wstring current_mark_;
+    bool is_filled_ = false;       // since the repository was chosen
+    int note_width_ = 0;           // of the widest note
     win32::FontHandle bold_font_;  // of the current branch
     std::optional<win32::Subclass> subclass_;
 };

@@ -9,10 +9,10 @@
 
 namespace revlane {
 
-int ask_to_confirm(HWND owner, const std::wstring& question, UINT confirm_text)
+int ask_to_confirm(HWND owner, const ConfirmationTexts& texts, const std::wstring& question)
 {
-    const std::wstring title = host::load_text(IDS_NAME);
-    const std::wstring confirm = host::load_text(confirm_text);
+    const std::wstring title = host::load_text(texts.title);
+    const std::wstring confirm = host::load_text(texts.confirm);
     const std::wstring cancel = host::load_text(IDS_CANCEL);
     const std::array<TASKDIALOG_BUTTON, 2> buttons{
         TASKDIALOG_BUTTON{CONFIRMED, confirm.c_str()},

@@ -120,8 +120,7 @@ private:
             SendMessageW(list_, LVM_SETITEMTEXTW, static_cast<WPARAM>(item.iItem),
                          reinterpret_cast<LPARAM>(&item));
         }
-        ListView_SetItemState(list_, 0, LVIS_FOCUSED | LVIS_SELECTED,
-                              LVIS_FOCUSED | LVIS_SELECTED);
+        ListView_SetItemState(list_, 0, LVIS_FOCUSED | LVIS_SELECTED, LVIS_FOCUSED | LVIS_SELECTED);
         SendMessageW(list_, WM_SETREDRAW, TRUE, 0);
     }
 
@@ -147,8 +146,8 @@ private:
                                keep_order);
         moves = DeferWindowPos(moves, compare, nullptr, compare_left, top, 0, 0,
                                keep_order | SWP_NOSIZE);
-        moves = DeferWindowPos(moves, close, nullptr, close_left, top, 0, 0,
-                               keep_order | SWP_NOSIZE);
+        moves =
+            DeferWindowPos(moves, close, nullptr, close_left, top, 0, 0, keep_order | SWP_NOSIZE);
         EndDeferWindowPos(moves);
         const int status = scale(STATUS_WIDTH, dpi);
         RECT list{};

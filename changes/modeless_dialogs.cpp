@@ -28,7 +28,8 @@ void add_modeless_dialog(HWND dialog, HWND frame, KeyHook hook)
 
 void remove_modeless_dialog(HWND dialog) noexcept
 {
-    std::erase_if(dialogs(), [dialog](const ModelessDialog& open) { return open.dialog == dialog; });
+    std::erase_if(dialogs(),
+                  [dialog](const ModelessDialog& open) { return open.dialog == dialog; });
 }
 
 bool translate_modeless_message(MSG& message)

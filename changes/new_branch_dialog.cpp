@@ -66,9 +66,9 @@ private:
 std::optional<std::wstring> ask_branch_name(HWND owner)
 {
     NewBranchDialog dialog;
-    const INT_PTR answer = DialogBoxParamW(
-        host::resource_module(), MAKEINTRESOURCEW(IDD_NEW_BRANCH), owner,
-        win32::dialog_proc<NewBranchDialog>, reinterpret_cast<LPARAM>(&dialog));
+    const INT_PTR answer =
+        DialogBoxParamW(host::resource_module(), MAKEINTRESOURCEW(IDD_NEW_BRANCH), owner,
+                        win32::dialog_proc<NewBranchDialog>, reinterpret_cast<LPARAM>(&dialog));
     return answer == IDOK ? std::optional(dialog.name()) : std::nullopt;
 }
 

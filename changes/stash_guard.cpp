@@ -50,8 +50,7 @@ git::Result<git::Tree> head_tree(git_repository* repository)
 }
 
 // Whether the file of the working tree is what was staged.
-bool file_holds(git_repository* repository, const char* path,
-                const std::optional<Version>& staged)
+bool file_holds(git_repository* repository, const char* path, const std::optional<Version>& staged)
 {
     git_oid id{};
     const std::string full = std::string(git_repository_workdir(repository)) + path;

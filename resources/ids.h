@@ -33,33 +33,33 @@
 #define IDS_REFERENCES_HEADING 122
 #define IDS_DELETE_BRANCH_QUESTION 128
 // Of the panel; {} is a place for a value.
-#define IDS_COMMIT_PLACEHOLDER 1000     // in the empty commit box: "Message (Ctrl+Enter commits)"
-#define IDS_STAGED_EMPTY 1001           // "Nothing is staged"
-#define IDS_CHANGES_EMPTY 1002          // "No changes"
-#define IDS_BRANCHES_EMPTY 1003         // "No branches yet"
-#define IDS_REPOSITORY_GONE 1004        // {} folder: "The repository in {} is no longer there."
-#define IDS_CANNOT_OPEN 1005            // heading of a reason: "The folder cannot be shown."
-#define IDS_NO_REPOSITORY_IN 1006       // {} folder: "There is no git repository in {}."
-#define IDS_BARE_REPOSITORY 1007        // {} folder: it has no working tree to show
-#define IDS_NOTHING_TO_COMMIT 1008      // "There is nothing to commit: no file has changed."
-#define IDS_NOTHING_STAGED 1009         // changes, but none is staged: what to do
-#define IDS_MESSAGE_TOO_LONG 1010       // {} characters it has, {} that fit: nothing was committed
-#define IDS_NO_REMOTE 1011              // "This repository has no remote."
-#define IDS_NO_WEB_ADDRESS 1012         // {} address of a remote that no browser opens
-#define IDS_DISCARD_ONE 1013            // {} path: "Discard the changes in {}?"
-#define IDS_DISCARD_MANY 1014           // {} count: "Discard the changes in {} files?"
-#define IDS_DISCARD_LOSS 1015           // "They cannot be brought back."
-#define IDS_DISCARD_NEW_ONE 1016        // {} path, a new file: "Delete the new file {}?"
-#define IDS_DISCARD_NEW_COUNT 1017      // {} count of new files among them, which are deleted
-#define IDS_DISCARD_BUTTON 1018         // "&Discard"
-#define IDS_DISCARD_TITLE 1019          // title of the question: "Discard changes"
-#define IDS_PUBLISH 1020                // the push button without an upstream: "&Publish"
-#define IDS_PULL_TIP 1021               // {} upstream: "Pull from {}"
-#define IDS_PUSH_TIP 1022               // {} upstream: "Push to {}"
-#define IDS_PUBLISH_TIP 1023            // {} branch: "Push {} to the remote for the first time"
-#define IDS_NO_UPSTREAM_TIP 1024        // of pull: "The branch has no upstream to pull from"
-#define IDS_CANCELLED 1025              // in the status bar: "Cancelled"
-#define IDS_STATUS_TOO_SLOW 1026        // {} seconds after which the status command was ended
+#define IDS_COMMIT_PLACEHOLDER 1000  // in the empty commit box: "Message (Ctrl+Enter commits)"
+#define IDS_STAGED_EMPTY 1001        // "Nothing is staged"
+#define IDS_CHANGES_EMPTY 1002       // "No changes"
+#define IDS_BRANCHES_EMPTY 1003      // "No branches yet"
+#define IDS_REPOSITORY_GONE 1004     // {} folder: "The repository in {} is no longer there."
+#define IDS_CANNOT_OPEN 1005         // heading of a reason: "The folder cannot be shown."
+#define IDS_NO_REPOSITORY_IN 1006    // {} folder: "There is no git repository in {}."
+#define IDS_BARE_REPOSITORY 1007     // {} folder: it has no working tree to show
+#define IDS_NOTHING_TO_COMMIT 1008   // "There is nothing to commit: no file has changed."
+#define IDS_NOTHING_STAGED 1009      // changes, but none is staged: what to do
+#define IDS_MESSAGE_TOO_LONG 1010    // {} characters it has, {} that fit: nothing was committed
+#define IDS_NO_REMOTE 1011           // "This repository has no remote."
+#define IDS_NO_WEB_ADDRESS 1012      // {} address of a remote that no browser opens
+#define IDS_DISCARD_ONE 1013         // {} path: "Discard the changes in {}?"
+#define IDS_DISCARD_MANY 1014        // {} count: "Discard the changes in {} files?"
+#define IDS_DISCARD_LOSS 1015        // "They cannot be brought back."
+#define IDS_DISCARD_NEW_ONE 1016     // {} path, a new file: "Delete the new file {}?"
+#define IDS_DISCARD_NEW_COUNT 1017   // {} count of new files among them, which are deleted
+#define IDS_DISCARD_BUTTON 1018      // "&Discard"
+#define IDS_DISCARD_TITLE 1019       // title of the question: "Discard changes"
+#define IDS_PUBLISH 1020             // the push button without an upstream: "&Publish"
+#define IDS_PULL_TIP 1021            // {} upstream: "Pull from {}"
+#define IDS_PUSH_TIP 1022            // {} upstream: "Push to {}"
+#define IDS_PUBLISH_TIP 1023         // {} branch: "Push {} to the remote for the first time"
+#define IDS_NO_UPSTREAM_TIP 1024     // of pull: "The branch has no upstream to pull from"
+#define IDS_CANCELLED 1025           // in the status bar: "Cancelled"
+#define IDS_STATUS_TOO_SLOW 1026     // {} seconds after which the status command was ended
 
 // Of the branches; {} is a place for a value.
 #define IDS_DELETE_REMOTE_QUESTION 1050  // {} branch, {} remote
@@ -68,33 +68,34 @@
 #define IDS_DELETE_ON_REMOTE_TITLE 1053  // "Delete branch on the remote"
 #define IDS_STASH_KEPT 1054              // {} stash name: the changes are kept in the stash
 #define IDS_STASH_NOT_FOUND 1055         // {} stash name: a stash was made but is not listed
-#define IDS_STASH_NOT_ON_TOP 1056        // {} stash name: another stash came on top, none was dropped
-#define IDS_STAGED_NOT_RESTORED 1057     // {} stash name: some staged changes could not be put back
-#define IDS_CURRENT_BRANCH 1058          // mark of the current branch: "current"
+#define IDS_STASH_NOT_ON_TOP 1056     // {} stash name: another stash came on top, none was dropped
+#define IDS_STAGED_NOT_RESTORED 1057  // {} stash name: some staged changes could not be put back
+#define IDS_CURRENT_BRANCH 1058       // mark of the current branch: "current"
 #define IDS_COMPARE_BRANCHES_TITLE 1059  // {} and {}: title of the list of changed files
 #define IDS_PICKER_FILE 1060             // column: "File"
 #define IDS_PICKER_STATUS 1061           // column: "Status"
 #define IDS_PICKER_EMPTY 1062            // "No file differs"
 #define IDS_STATUS_MODIFIED 1063         // status column of a modified file: "modified"
+#define IDS_DETACHED_HEAD_STAYS 1064     // why a detached HEAD is not deleted
 // Of the commit history; {} is a place for a value.
-#define IDS_HISTORY_TITLE 1100           // {} folder: title of the window: "{} - Commit history"
-#define IDS_HISTORY_HEADING 1101         // {} folder, {} branch
-#define IDS_HISTORY_COUNT 1102           // {} commits: "{} commits"
-#define IDS_HISTORY_COUNT_ONE 1103       // "1 commit"
-#define IDS_HISTORY_COUNTING 1104        // {} commits so far: "{}+ commits, counting…"
-#define IDS_HISTORY_SEARCHING 1105       // "Searching…"
-#define IDS_HISTORY_FOUND 1106           // {} commits, {} description of the filter
-#define IDS_HISTORY_NOTHING_FOUND 1107   // {} description of the filter
-#define IDS_FILTER_BY_MESSAGE 1108       // {} text: "message “{}”"
-#define IDS_FILTER_BY_AUTHOR 1109        // {} text
-#define IDS_FILTER_BY_ID 1110            // {} text
-#define IDS_FILTER_BY_TAG 1111           // {} text
-#define IDS_FILTER_BY_FILE 1112          // {} path: "history of {}"
-#define IDS_HISTORY_UNBORN 1113          // {} branch: it has no commits yet
-#define IDS_HISTORY_NO_REPOSITORY 1114   // "No repository is open."
-#define IDS_COMMIT_CHANGES_TITLE 1115    // {} short id, {} summary: title of the changed files
-#define IDS_COMPARE_COMMITS_TITLE 1116   // {} and {}: short ids
-#define IDS_COMMIT_NOT_LISTED 1117       // {} short id: it is not in the list
+#define IDS_HISTORY_TITLE 1100          // {} folder: title of the window: "{} - Commit history"
+#define IDS_HISTORY_HEADING 1101        // {} folder, {} branch
+#define IDS_HISTORY_COUNT 1102          // {} commits: "{} commits"
+#define IDS_HISTORY_COUNT_ONE 1103      // "1 commit"
+#define IDS_HISTORY_COUNTING 1104       // {} commits so far: "{}+ commits, counting…"
+#define IDS_HISTORY_SEARCHING 1105      // "Searching…"
+#define IDS_HISTORY_FOUND 1106          // {} commits, {} description of the filter
+#define IDS_HISTORY_NOTHING_FOUND 1107  // {} description of the filter
+#define IDS_FILTER_BY_MESSAGE 1108      // {} text: "message “{}”"
+#define IDS_FILTER_BY_AUTHOR 1109       // {} text
+#define IDS_FILTER_BY_ID 1110           // {} text
+#define IDS_FILTER_BY_TAG 1111          // {} text
+#define IDS_FILTER_BY_FILE 1112         // {} path: "history of {}"
+#define IDS_HISTORY_UNBORN 1113         // {} branch: it has no commits yet
+#define IDS_HISTORY_NO_REPOSITORY 1114  // "No repository is open."
+#define IDS_COMMIT_CHANGES_TITLE 1115   // {} short id, {} summary: title of the changed files
+#define IDS_COMPARE_COMMITS_TITLE 1116  // {} and {}: short ids
+#define IDS_COMMIT_NOT_LISTED 1117      // {} short id: it is not in the list
 
 // Dialogs and menus.
 #define IDM_COMMIT_LIST 114

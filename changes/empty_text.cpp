@@ -1,0 +1,27 @@
+#include "changes/empty_text.h"
+
+#include "win32/handle.h"
+
+#include <commctrl.h>
+
+namespace revlane {
+
+void paint_empty_text(HWND list, const std::wstring& text)
+{
+    const win32::WindowDc dc(list);
+    if (dc.get() == nullptr)
+        return;
+    auto* const font = reinterpret_cast<HFONT>(SendMessageW(list, WM_GETFONT, 0, 0));
+    const win32::SelectedObject selected(dc.get(),
+                                         font != nullptr ? font : GetStockObject(DEFAULT_GUI_FONT));
+    RECT client{};
+    GetClientRect(list, &client);
+    SetTextColor(dc.get(), GetSysColor(COLOR_GRAYTEXT));
+    // Opaque, since the part of the control that was not to be painted still shows the text.
+    SetBkMode(dc.get(), OPAQUE);
+    SetBkColor(dc.get(), static_cast<COLORREF>(SendMessageW(list, LVM_GETBKCOLOR, 0, 0)));
+    DrawTextW(dc.get(), text.data(), static_cast<int>(text.size()), &client,
+              DT_CENTER | DT_VCENTER | DT_SINGLELINE | DT_END_ELLIPSIS | DT_NOPREFIX);
+}
+
+}  // namespace revlane

@@ -1,0 +1,104 @@
+#include "changes/list_control.h"
+
+#include <commctrl.h>
+
+#include <algorithm>
+
+namespace revlane {
+
+namespace {
+
+int next_row(HWND list, int row, UINT state)
+{
+    return static_cast<int>(
+        SendMessageW(list, LVM_GETNEXTITEM, static_cast<WPARAM>(row), MAKELPARAM(state, 0)));
+}
+
+void set_row_state(HWND list, int row, UINT state, UINT mask)
+{
+    LVITEMW item{};
+    item.state = state;
+    item.stateMask = mask;
+    SendMessageW(list, LVM_SETITEMSTATE, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
+}
+
+RECT row_bounds(HWND list, int row)
+{
+    RECT bounds{};
+    bounds.left = LVIR_BOUNDS;
+    SendMessageW(list, LVM_GETITEMRECT, static_cast<WPARAM>(row),
+                 reinterpret_cast<LPARAM>(&bounds));
+    return bounds;
+}
+
+}  // namespace
+
+RedrawPause::RedrawPause(HWND control) : control_(control)
+{
+    SendMessageW(control_, WM_SETREDRAW, FALSE, 0);
+}
+
+RedrawPause::~RedrawPause()
+{
+    // Of no window at all the whole screen would be drawn anew.
+    if (control_ == nullptr)
+        return;
+    SendMessageW(control_, WM_SETREDRAW, TRUE, 0);
+    RedrawWindow(control_, nullptr, nullptr,
+                 RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN | RDW_FRAME);
+}
+
+std::vector<std::size_t> selected_rows(HWND list)
+{
+    std::vector<std::size_t> rows;
+    for (int row = next_row(list, -1, LVNI_SELECTED); row >= 0;
+         row = next_row(list, row, LVNI_SELECTED))
+        rows.push_back(static_cast<std::size_t>(row));
+    return rows;
+}
+
+std::optional<std::size_t> focused_row(HWND list)
+{
+    const int row = next_row(list, -1, LVNI_FOCUSED);
+    return row >= 0 ? std::optional(static_cast<std::size_t>(row)) : std::nullopt;
+}
+
+void add_row_state(HWND list, std::size_t row, UINT state)
+{
+    set_row_state(list, static_cast<int>(row), state, state);
+}
+
+void clear_row_states(HWND list)
+{
+    constexpr int all_rows = -1;
+    set_row_state(list, all_rows, 0, LVIS_SELECTED | LVIS_FOCUSED);
+}
+
+void scroll_to_top(HWND list, std::size_t row)
+{
+    const auto top = static_cast<int>(SendMessageW(list, LVM_GETTOPINDEX, 0, 0));
+    const auto wanted = static_cast<int>(row);
+    if (wanted != top)
+        SendMessageW(list, LVM_SCROLL, 0, row_bounds(list, wanted).top - row_bounds(list, top).top);
+}
+
+POINT keyboard_menu_place(HWND list)
+{
+    POINT place{};
+    const int row = next_row(list, -1, LVNI_FOCUSED);
+    if (row >= 0) {
+        RECT client{};
+        GetClientRect(list, &client);
+        place.y = std::clamp(row_bounds(list, row).bottom, client.top, client.bottom);
+    }
+    ClientToScreen(list, &place);
+    return place;
+}
+
+bool is_asked_for_return(LPARAM lparam)
+{
+    const auto* message = reinterpret_cast<const MSG*>(lparam);
+    return message != nullptr && message->message == WM_KEYDOWN && message->wParam == VK_RETURN;
+}
+
+}  // namespace revlane

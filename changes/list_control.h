@@ -1,0 +1,43 @@
+// What the list views of Revlane need beyond what Windows brings along. Window thread.
+#pragma once
+
+#include <windows.h>
+
+#include <cstddef>
+#include <optional>
+#include <vector>
+
+namespace revlane {
+
+// Keeps a control from painting, and from moving its scroll bars, for as long as it lives.
+class RedrawPause {
+public:
+    explicit RedrawPause(HWND control);
+    ~RedrawPause();
+    RedrawPause(const RedrawPause&) = delete;
+    RedrawPause& operator=(const RedrawPause&) = delete;
+
+private:
+    HWND control_;
+};
+
+// The selected rows, in row order.
+std::vector<std::size_t> selected_rows(HWND list);
+std::optional<std::size_t> focused_row(HWND list);
+// Adds to the row's state. A row for which the control has no place is no fault.
+void add_row_state(HWND list, std::size_t row, UINT state);
+// No row is selected or has the focus afterwards.
+void clear_row_states(HWND list);
+
+// Scrolls until the row is the first one on view. Not while painting pauses: the control scrolls by
+// what it has laid out.
+void scroll_to_top(HWND list, std::size_t row);
+
+// Where a context menu opens that the keyboard asked for: below the focused row, as far as it is on
+// view.
+POINT keyboard_menu_place(HWND list);
+
+// Whether a WM_GETDLGCODE is about the Return key, which dialogs otherwise keep for themselves.
+bool is_asked_for_return(LPARAM lparam);
+
+}  // namespace revlane
