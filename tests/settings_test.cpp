@@ -3,6 +3,7 @@
 #include "plugin/host/editor.h"
 #include "plugin/host/localized.h"
 #include "tests/support/recording_host.h"
+#include "win32/posted.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -213,18 +214,16 @@ TEST(EditorCalls, APayloadThatNobodyTakesIsFreed)
 {
     RecordingHost editor;
     int alive = 0;
-    auto taken = std::make_unique<Payload>(alive);
-    Payload* const address = taken.get();
-    ASSERT_TRUE(send_request(editor.window(), 32789, std::move(taken)));
+    ASSERT_TRUE(send_request(editor.window(), 32789, std::make_unique<Payload>(alive)));
     const HostMessage sent = only(editor, 2155);
     EXPECT_EQ(sent.at<std::uint32_t>(0), 40U);
     EXPECT_EQ(sent.at<std::uint32_t>(4), 1U);
     EXPECT_EQ(sent.texts, std::vector<std::wstring>{L"Revlane.dll"});
     EXPECT_EQ(sent.at<std::uint64_t>(16), 32789U);
-    EXPECT_EQ(sent.at<Payload*>(24), address);
     EXPECT_EQ(sent.at<std::uint64_t>(32), 0U);
     EXPECT_EQ(alive, 1) << "the receiver owns it now";
-    delete address;
+    (void)win32::take_owned<Payload>(sent.at<std::uint64_t>(24));
+    EXPECT_EQ(alive, 0);
 
     // The editor's answer has 32 bits.
     for (const LRESULT answer : {LRESULT{-1}, LRESULT{0xFFFFFFFF}}) {

@@ -38,11 +38,12 @@ inline constexpr UINT QM_PLUGIN_MESSAGE = 2155;
 inline constexpr UINT QM_COMPARE = 2166;
 
 // Commands of the editor for QM_EXECUTE_COMMAND.
-inline constexpr WPARAM COMMAND_READ_ONLY_VIEW = 4113;  // follows an opened document, see INFO_VIEW_STATE
+inline constexpr WPARAM COMMAND_READ_ONLY_VIEW =
+    4113;  // follows an opened document, see INFO_VIEW_STATE
 inline constexpr WPARAM COMMAND_FOCUS_DOCUMENT = 4409;  // hands the focus back to the text
 
 // Selectors of QM_INFO.
-inline constexpr WPARAM INFO_VIEW_STATE = 296;     // lParam 0; zero: COMMAND_READ_ONLY_VIEW is wanted
+inline constexpr WPARAM INFO_VIEW_STATE = 296;  // lParam 0; zero: COMMAND_READ_ONLY_VIEW is wanted
 inline constexpr WPARAM INFO_DOCUMENT_PATH = 317;  // buffer of MAX_PATH units: the active document
 inline constexpr WPARAM INFO_LANGUAGE_PATH = 320;  // buffer of MAX_PATH units, or left empty
 inline constexpr WPARAM INFO_DPI = 356;            // lParam 0; the frame's DPI
@@ -57,7 +58,7 @@ struct OpenOptions {
     std::uint32_t fixed_zero[3] = {};
     std::uint32_t mode = OPEN_IN_PLACE;
 
-    static constexpr std::uint32_t OPEN_IN_PLACE = 1;     // a file of the working tree
+    static constexpr std::uint32_t OPEN_IN_PLACE = 1;    // a file of the working tree
     static constexpr std::uint32_t OPEN_TEMPORARY = 17;  // a file made for a comparison
 };
 static_assert(sizeof(OpenOptions) == 32 && offsetof(OpenOptions, mode) == 28);
@@ -135,20 +136,20 @@ static_assert(sizeof(PlugInMessage) == 40 && offsetof(PlugInMessage, request) ==
               offsetof(PlugInMessage, payload) == 24);
 
 // Query codes of PlugInProc.
-inline constexpr UINT QUERY_NAME_A = 2306;         // 8-bit name into lParam, wParam characters
-inline constexpr UINT QUERY_NAME_W = 2307;         // wide name
-inline constexpr UINT QUERY_VERSION_A = 2308;      // an empty 8-bit text
-inline constexpr UINT QUERY_VERSION_W = 2309;      // an empty wide text
-inline constexpr UINT QUERY_SUPPORTED = 2310;      // 1
-inline constexpr UINT QUERY_RESET_SETTINGS = 2311; // writes the bare section
-inline constexpr UINT QUERY_BITMAP = 2312;         // bitmap id for the flags in wParam
-inline constexpr UINT QUERY_MASK_COLOR = 2313;     // -1 or 0
-inline constexpr UINT QUERY_ALLOW_OPEN = 2314;     // 0
-inline constexpr UINT QUERY_PRE_TRANSLATE = 2315;  // keyboard routing, lParam: MSG*
-inline constexpr UINT QUERY_TEXT_W = 2317;         // wide name
-inline constexpr UINT QUERY_TOOLTIP_W = 2318;      // wide name
-inline constexpr UINT QUERY_REQUEST = 2320;        // wParam: request, lParam: payload
-inline constexpr UINT QUERY_USER_MESSAGE = 2321;   // 0
+inline constexpr UINT QUERY_NAME_A = 2306;          // 8-bit name into lParam, wParam characters
+inline constexpr UINT QUERY_NAME_W = 2307;          // wide name
+inline constexpr UINT QUERY_VERSION_A = 2308;       // an empty 8-bit text
+inline constexpr UINT QUERY_VERSION_W = 2309;       // an empty wide text
+inline constexpr UINT QUERY_SUPPORTED = 2310;       // 1
+inline constexpr UINT QUERY_RESET_SETTINGS = 2311;  // writes the bare section
+inline constexpr UINT QUERY_BITMAP = 2312;          // bitmap id for the flags in wParam
+inline constexpr UINT QUERY_MASK_COLOR = 2313;      // -1 or 0
+inline constexpr UINT QUERY_ALLOW_OPEN = 2314;      // 0
+inline constexpr UINT QUERY_PRE_TRANSLATE = 2315;   // keyboard routing, lParam: MSG*
+inline constexpr UINT QUERY_TEXT_W = 2317;          // wide name
+inline constexpr UINT QUERY_TOOLTIP_W = 2318;       // wide name
+inline constexpr UINT QUERY_REQUEST = 2320;         // wParam: request, lParam: payload
+inline constexpr UINT QUERY_USER_MESSAGE = 2321;    // 0
 // The frame dispatcher answers codes from the first to the last; all others give 0.
 inline constexpr UINT QUERY_FIRST = 2304;
 inline constexpr UINT QUERY_LAST = 2321;

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <cstring>
 #include <map>
+#include <span>
 #include <string>
 #include <variant>
 #include <vector>
@@ -27,8 +28,9 @@ struct HostMessage {
     [[nodiscard]] Number at(std::size_t offset) const
     {
         Number number{};
-        if (offset + sizeof number <= record.size())
-            std::memcpy(&number, record.data() + offset, sizeof number);
+        const auto bytes = std::as_writable_bytes(std::span(&number, 1));
+        if (offset + bytes.size() <= record.size())
+            std::memcpy(bytes.data(), record.data() + offset, bytes.size());
         return number;
     }
 

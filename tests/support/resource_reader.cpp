@@ -27,8 +27,8 @@ std::wstring class_name(HWND window)
 SIZE measure(HWND control, const std::wstring& text, LONG width, bool wraps)
 {
     const win32::WindowDc dc(control);
-    const auto font = reinterpret_cast<HFONT>(SendMessageW(control, WM_GETFONT, 0, 0));
-    const win32::SelectedObject selected(dc.get(), font);
+    const win32::SelectedObject selected(
+        dc.get(), reinterpret_cast<HGDIOBJ>(SendMessageW(control, WM_GETFONT, 0, 0)));
     RECT box{0, 0, width, 0};
     DrawTextW(dc.get(), text.c_str(), -1, &box,
               DT_CALCRECT | (wraps ? UINT{DT_WORDBREAK} : UINT{DT_SINGLELINE}));
@@ -53,7 +53,7 @@ Control read_control(HWND window)
     return control;
 }
 
-INT_PTR CALLBACK do_nothing(HWND /*dialog*/, UINT /*message*/, WPARAM /*wparam*/, LPARAM /*lparam*/)
+INT_PTR CALLBACK do_nothing(HWND, UINT, WPARAM, LPARAM)
 {
     return FALSE;
 }
