@@ -1,0 +1,731 @@
+// The panel in the stand-in editor, on real repositories: driven by messages, read by messages, and
+// compared with what git says.
+#include "changes/messages.h"
+#include "plugin/host/messages.h"
+#include "resources/ids.h"
+#include "tests/support/editor_driver.h"
+#include "tests/support/temp_repository.h"
+#include "win32/text.h"
+#include "win32/window.h"
+
+#include <gtest/gtest.h>
+#include <windows.h>
+#include <commctrl.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <numeric>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+using support::BoxAnswer;
+using support::EditorDriver;
+using support::TempFolder;
+using support::TempRepository;
+
+using Texts = std::vector<std::wstring>;
+
+// An editor with a file of the repository open and the panel docked.
+class Panel {
+public:
+    explicit Panel(const TempRepository& repository, std::string_view settings = {},
+                   std::string_view document = {})
+        : repository_(repository), driver_(support::delivered_plugin(), settings)
+    {
+        // Any path of the repository will do; the editor opens what is there.
+        if (document.empty())
+            repository.write_file(".git/opened.txt", "a document");
+        open(repository.path() /
+             (document.empty() ? L".git/opened.txt" : win32::to_wide(document)));
+        dialog_ = driver_.open_panel();
+        EXPECT_NE(dialog_, nullptr);
+    }
+
+    EditorDriver& driver() { return driver_; }
+    void open(const std::filesystem::path& file)
+    {
+        EXPECT_TRUE(driver_.open(file)) << win32::to_utf8(file.wstring());
+    }
+    [[nodiscard]] HWND dialog() const { return dialog_; }
+    [[nodiscard]] HWND control(int id) const { return GetDlgItem(dialog_, id); }
+
+    [[nodiscard]] Texts rows(int list) const
+    {
+        Texts texts;
+        for (const auto& row : support::rows_of(dialog_, list))
+            texts.push_back(row.empty() ? std::wstring() : row.front());
+        return texts;
+    }
+    // The rows that the lists must have, as git sees the repository. Renames are not looked for.
+    [[nodiscard]] std::map<int, Texts> rows_by_git() const
+    {
+        std::map<int, Texts> rows{{IDC_STAGED_LIST, {}}, {IDC_CHANGES_LIST, {}}};
+        repository_.git({"config", "status.renames", "false"});
+        for (const support::StatusEntry& entry : repository_.status()) {
+            const std::wstring path = win32::to_wide(entry.path);
+            const bool conflict = entry.index == 'U' || entry.worktree == 'U' ||
+                                  (entry.index == 'A' && entry.worktree == 'A') ||
+                                  (entry.index == 'D' && entry.worktree == 'D');
+            const auto label = [&](char letter) {
+                return conflict                         ? L" (conflict)"
+                       : letter == '?' || letter == 'A' ? L" (new)"
+                       : letter == 'D'                  ? L" (deleted)"
+                                                        : L"";
+            };
+            if (entry.index != ' ' && entry.index != '?')
+                rows[IDC_STAGED_LIST].push_back(path + label(entry.index));
+            if (entry.worktree != ' ')
+                rows[IDC_CHANGES_LIST].push_back(path + label(entry.worktree));
+        }
+        for (auto& [list, texts] : rows)
+            std::sort(texts.begin(), texts.end());
+        return rows;
+    }
+    // Waits until both lists show what git says.
+    bool agrees_with_git()
+    {
+        const std::map<int, Texts> wanted = rows_by_git();
+        const auto shown = [this](int list) {
+            Texts texts = rows(list);
+            std::sort(texts.begin(), texts.end());
+            return texts;
+        };
+        const bool agrees = driver_.wait([&] {
+            return shown(IDC_STAGED_LIST) == wanted.at(IDC_STAGED_LIST) &&
+                   shown(IDC_CHANGES_LIST) == wanted.at(IDC_CHANGES_LIST);
+        });
+        for (const auto& [list, texts] : wanted)
+            EXPECT_EQ(shown(list), texts);
+        return agrees;
+    }
+    bool wait(const std::function<bool()>& condition) { return driver_.wait(condition); }
+    bool wait_rows(int list, std::size_t count)
+    {
+        return wait([&] { return rows(list).size() == count; });
+    }
+    // Without the mark of the access key.
+    bool wait_text(int id, const std::wstring& text)
+    {
+        const auto shown = [&] {
+            std::wstring control = support::control_text(dialog_, id);
+            std::erase(control, L'&');
+            return control;
+        };
+        const bool found = wait([&] { return shown() == text; });
+        EXPECT_EQ(shown(), text);
+        return found;
+    }
+    // Selects rows by their texts, in a list that shows them.
+    void select(int list, const Texts& texts)
+    {
+        const Texts shown = rows(list);
+        std::vector<int> indices;
+        for (const std::wstring& text : texts) {
+            const auto found = std::find(shown.begin(), shown.end(), text);
+            ASSERT_NE(found, shown.end()) << win32::to_utf8(text);
+            indices.push_back(static_cast<int>(found - shown.begin()));
+        }
+        support::select_rows(dialog_, list, indices);
+    }
+    [[nodiscard]] Texts selected(int list) const
+    {
+        const Texts shown = rows(list);
+        Texts selection;
+        for (std::size_t i = 0; i < shown.size(); ++i)
+            if (SendDlgItemMessageW(dialog_, list, LVM_GETITEMSTATE, i, LVIS_SELECTED) != 0)
+                selection.push_back(shown[i]);
+        return selection;
+    }
+    void choose(int command) { support::choose(dialog_, command); }
+    void click(int id) { support::click(dialog_, id); }
+    void set_message(const std::wstring& text)
+    {
+        support::set_control_text(dialog_, IDC_COMMIT_MESSAGE, text);
+    }
+    [[nodiscard]] std::wstring message() const
+    {
+        return support::control_text(dialog_, IDC_COMMIT_MESSAGE);
+    }
+    // Does something and waits for the box that it leads to; what the box said.
+    std::wstring box_after(const std::function<void()>& action, int button = IDCLOSE)
+    {
+        const BoxAnswer box(button);
+        action();
+        EXPECT_TRUE(wait([&] { return box.text().has_value(); }));
+        return box.text().value_or(L"");
+    }
+
+private:
+    const TempRepository& repository_;
+    EditorDriver driver_;
+    HWND dialog_ = nullptr;
+};
+
+bool contains(const std::wstring& text, std::wstring_view part)
+{
+    return text.find(part) != std::wstring::npos;
+}
+
+// A repository with one commit of some files.
+TempRepository with_files()
+{
+    TempRepository repository;
+    repository.write_file("a.txt", "one\n");
+    repository.write_file("b.txt", "one\n");
+    repository.write_file("src/Größe Ω.txt", "one\n");
+    repository.write_file("with space.txt", "one\n");
+    repository.write_file("[x].txt", "one\n");
+    repository.write_file("gone.txt", "one\n");
+    repository.commit_all("first");
+    return repository;
+}
+
+// Changes of every kind.
+void make_changes(const TempRepository& repository)
+{
+    repository.write_file("a.txt", "two\n");
+    repository.write_file("src/Größe Ω.txt", "two\n");
+    repository.write_file("with space.txt", "two\n");
+    repository.write_file("[x].txt", "two\n");
+    repository.write_file("b.txt", "staged\n");
+    repository.write_file("staged new.txt", "new\n");
+    repository.script("git add b.txt 'staged new.txt'");
+    repository.write_file("b.txt", "staged and changed\n");
+    repository.remove("gone.txt");
+    repository.write_file("new folder/deep/неw.txt", "new\n");
+    repository.write_file("empty.txt", "");
+}
+
+TEST(Sidebar, ShowsWhatGitSays)
+{
+    const TempRepository repository = with_files();
+    make_changes(repository);
+    Panel panel(repository);
+    ASSERT_TRUE(panel.agrees_with_git());
+    EXPECT_EQ(panel.rows(IDC_BRANCHES_LIST).size(), 1U);
+    // Changes on disk are seen by themselves, in the working tree as in the index and in HEAD.
+    repository.write_file("later.txt", "new\n");
+    EXPECT_TRUE(panel.agrees_with_git());
+    repository.script("git add a.txt later.txt");
+    EXPECT_TRUE(panel.agrees_with_git());
+    repository.script("git commit -q -m terminal; git branch other");
+    EXPECT_TRUE(panel.agrees_with_git());
+    EXPECT_TRUE(panel.wait_rows(IDC_BRANCHES_LIST, 2));
+}
+
+TEST(Sidebar, StagesUnstagesAndDiscardsTheSelection)
+{
+    const TempRepository repository = with_files();
+    make_changes(repository);
+    Panel panel(repository);
+    ASSERT_TRUE(panel.agrees_with_git());
+
+    panel.select(IDC_CHANGES_LIST, {L"gone.txt (deleted)", L"with space.txt", L"empty.txt (new)"});
+    panel.choose(ID_STAGE);
+    EXPECT_TRUE(panel.wait_rows(IDC_STAGED_LIST, 5));
+    EXPECT_TRUE(panel.agrees_with_git());
+
+    panel.select(IDC_CHANGES_LIST, {L"[x].txt", L"src/Größe Ω.txt"});
+    panel.choose(ID_STAGE);
+    EXPECT_TRUE(panel.wait_rows(IDC_STAGED_LIST, 7));
+    panel.select(IDC_STAGED_LIST, {L"[x].txt", L"src/Größe Ω.txt", L"with space.txt"});
+    panel.choose(ID_UNSTAGE);
+    EXPECT_TRUE(panel.wait_rows(IDC_STAGED_LIST, 4));
+    EXPECT_TRUE(panel.agrees_with_git());
+
+    // Enter on "Cancel", the default, loses nothing.
+    panel.select(IDC_CHANGES_LIST, {L"[x].txt", L"new folder/deep/неw.txt (new)"});
+    const std::wstring question = panel.box_after([&] { panel.choose(ID_DISCARD); }, IDCANCEL);
+    EXPECT_TRUE(contains(question, L"2"));
+    EXPECT_TRUE(contains(question, L"[x].txt"));
+    EXPECT_EQ(repository.read_file("[x].txt"), "two\n");
+    panel.box_after([&] { panel.choose(ID_DISCARD); }, IDOK);
+    EXPECT_TRUE(panel.wait([&] {
+        return repository.read_file("[x].txt") == "one\n" &&
+               !std::filesystem::exists(repository.path() / L"new folder/deep/неw.txt");
+    }));
+    EXPECT_TRUE(panel.agrees_with_git());
+    EXPECT_EQ(repository.read_file("a.txt"), "two\n");
+}
+
+TEST(Sidebar, CommitsWhatIsStaged)
+{
+    const TempRepository repository = with_files();
+    make_changes(repository);
+    Panel panel(repository);
+    ASSERT_TRUE(panel.agrees_with_git());
+    const std::wstring message =
+        L"Quotes \"here\" and \\\"there\\\"\r\n\r\nTwo lines, \U0001F600, C:\\";
+    panel.set_message(message);
+    panel.click(IDC_COMMIT);
+    EXPECT_TRUE(panel.wait([&] { return panel.message().empty(); }));
+    EXPECT_TRUE(panel.agrees_with_git());
+    EXPECT_EQ(repository.git({"log", "-1", "--format=%s%n%b"}),
+              "Quotes \"here\" and \\\"there\\\"\nTwo lines, \xF0\x9F\x98\x80, C:\\\n\n");
+    EXPECT_EQ(repository.git({"show", "--name-only", "--format="}), "b.txt\nstaged new.txt\n");
+
+    // A text that was changed meanwhile stays.
+    repository.script("git add a.txt");
+    ASSERT_TRUE(panel.wait_rows(IDC_STAGED_LIST, 1));
+    panel.set_message(L"second");
+    SendMessageW(panel.dialog(), WM_COMMAND, IDC_COMMIT, 0);
+    panel.set_message(L"second, and more");
+    EXPECT_TRUE(panel.wait_rows(IDC_STAGED_LIST, 0));
+    panel.driver().pump();
+    EXPECT_EQ(panel.message(), L"second, and more");
+}
+
+TEST(Sidebar, ControlEnterCommitsWhatIsStagedElseEverything)
+{
+    const TempRepository repository = with_files();
+    repository.write_file("a.txt", "two\n");
+    repository.write_file("b.txt", "two\n");
+    repository.write_file("new.txt", "new\n");
+    repository.script("git add b.txt");
+    Panel panel(repository);
+    ASSERT_TRUE(panel.agrees_with_git());
+    const auto press = [&](BYTE control) {
+        std::array<BYTE, 256> keys{};
+        keys[VK_CONTROL] = control;
+        SetKeyboardState(keys.data());
+        SendMessageW(panel.control(IDC_COMMIT_MESSAGE), WM_KEYDOWN, VK_RETURN, 0);
+        SendMessageW(panel.control(IDC_COMMIT_MESSAGE), WM_CHAR, control != 0 ? L'\n' : L'\r', 0);
+        keys[VK_CONTROL] = 0;
+        SetKeyboardState(keys.data());
+    };
+    panel.set_message(L"one");
+    press(0);
+    EXPECT_EQ(panel.message(), L"\r\none");
+    panel.set_message(L"staged only");
+    press(0x80);
+    EXPECT_EQ(panel.message(), L"staged only");
+    EXPECT_TRUE(panel.wait([&] { return panel.message().empty(); }));
+    EXPECT_EQ(repository.git({"show", "--name-only", "--format="}), "b.txt\n");
+    ASSERT_TRUE(panel.wait_rows(IDC_STAGED_LIST, 0));
+    panel.set_message(L"everything");
+    press(0x80);
+    EXPECT_TRUE(panel.wait([&] { return panel.message().empty(); }));
+    EXPECT_EQ(repository.git({"show", "--name-only", "--format="}), "a.txt\nnew.txt\n");
+    EXPECT_TRUE(panel.agrees_with_git());
+}
+
+TEST(Sidebar, SaysWhyACommitWasNotMadeAndKeepsItsText)
+{
+    const TempRepository repository = with_files();
+    Panel panel(repository);
+    ASSERT_TRUE(panel.agrees_with_git());
+    const std::string head = repository.id_of("HEAD");
+    panel.set_message(L"nothing");
+    for (const int button : {IDC_COMMIT, IDC_STAGE_ALL_AND_COMMIT})
+        EXPECT_TRUE(contains(panel.box_after([&] { panel.click(button); }), L"nothing to commit"));
+
+    repository.write_file("a.txt", "two\n");
+    ASSERT_TRUE(panel.wait_rows(IDC_CHANGES_LIST, 1));
+    EXPECT_TRUE(contains(panel.box_after([&] { panel.click(IDC_COMMIT); }), L"Nothing is staged"));
+
+    // Longer than a command line: nothing runs, nothing is staged.
+    std::wstring longest;
+    while (longest.size() < 100'000)
+        longest += L"A line of a message that goes on and on\r\n";
+    panel.set_message(longest);
+    EXPECT_TRUE(contains(panel.box_after([&] { panel.click(IDC_STAGE_ALL_AND_COMMIT); }),
+                         std::to_wstring(longest.size())));
+    EXPECT_EQ(panel.message(), longest);
+    EXPECT_TRUE(panel.rows(IDC_STAGED_LIST).empty());
+
+    // A hook that refuses and prints more than a box can show.
+    repository.write_file(".git/hooks/pre-commit",
+                          "#!/bin/sh\nyes 'a line of the hook' | head -n 50000 >&2\n"
+                          "echo 'the hook says no' >&2\nexit 1\n");
+    repository.script("chmod +x .git/hooks/pre-commit");
+    panel.set_message(L"refused");
+    const std::wstring refusal = panel.box_after([&] { panel.click(IDC_STAGE_ALL_AND_COMMIT); });
+    EXPECT_TRUE(contains(refusal, L"the hook says no"));
+    EXPECT_LT(refusal.size(), 4000U);
+    EXPECT_EQ(panel.message(), L"refused");
+    EXPECT_EQ(repository.id_of("HEAD"), head);
+    EXPECT_TRUE(panel.agrees_with_git());
+
+    // A lock that a crashed git has left.
+    repository.write_file(".git/index.lock", "");
+    panel.select(IDC_STAGED_LIST, {L"a.txt"});
+    EXPECT_TRUE(contains(panel.box_after([&] { panel.choose(ID_UNSTAGE); }), L"index.lock"));
+    repository.remove(".git/index.lock");
+    // A merge that was resolved in favour of what was there has nothing staged and can be committed.
+    repository.script("rm .git/hooks/pre-commit; git reset -q --hard; git checkout -q -b other\n"
+                      "git commit -q --allow-empty -m other; git checkout -q main\n"
+                      "git commit -q --allow-empty -m main; git merge -q --no-commit other");
+    panel.set_message(L"merged");
+    panel.click(IDC_COMMIT);
+    EXPECT_TRUE(panel.wait([&] { return panel.message().empty(); }));
+    EXPECT_EQ(repository.git({"log", "-1", "--format=%s"}), "merged\n");
+}
+
+TEST(Sidebar, FetchesPullsAndPushes)
+{
+    const TempRepository repository = with_files();
+    Panel panel(repository);
+    ASSERT_TRUE(panel.agrees_with_git());
+    const auto enabled = [&](int id) { return support::is_control_enabled(panel.dialog(), id); };
+    ASSERT_TRUE(panel.wait_text(IDC_PUSH, L"Publish"));
+    EXPECT_FALSE(enabled(IDC_PULL));
+    EXPECT_FALSE(enabled(IDC_PUSH));
+
+    const TempRepository remote = repository.add_bare_remote();
+    SendMessageW(panel.dialog(), revlane::WM_REVLANE_REFRESH, 0, 0);
+    ASSERT_TRUE(panel.wait([&] { return enabled(IDC_PUSH); }));
+    EXPECT_FALSE(enabled(IDC_PULL));
+    panel.click(IDC_PUSH);
+    ASSERT_TRUE(panel.wait([&] { return enabled(IDC_PULL); }));
+    EXPECT_EQ(remote.id_of("main"), repository.id_of("HEAD"));
+    EXPECT_TRUE(panel.wait_text(IDC_PUSH, L"Push"));
+
+    const TempRepository other = remote.clone("other");
+    other.write_file("theirs.txt", "theirs\n");
+    other.commit_all("theirs");
+    other.git({"push", "-q"});
+    panel.choose(ID_FETCH);
+    EXPECT_TRUE(panel.wait_text(IDC_PULL, L"Pull (1)"));
+    panel.click(IDC_PULL);
+    EXPECT_TRUE(panel.wait_text(IDC_PULL, L"Pull"));
+    EXPECT_EQ(repository.read_file("theirs.txt"), "theirs\n");
+
+    // A push that the remote refuses, since it has what we have not seen.
+    other.write_file("theirs.txt", "theirs again\n");
+    other.commit_all("theirs again");
+    other.git({"push", "-q"});
+    repository.write_file("theirs.txt", "ours\n");
+    repository.commit_all("ours");
+    EXPECT_TRUE(panel.wait_text(IDC_PUSH, L"Push (1)"));
+    EXPECT_TRUE(contains(panel.box_after([&] { panel.click(IDC_PUSH); }), L"rejected"));
+    // A pull that conflicts shows the file as conflicted.
+    repository.git({"config", "pull.rebase", "false"});
+    EXPECT_TRUE(contains(panel.box_after([&] { panel.click(IDC_PULL); }), L"theirs.txt"));
+    EXPECT_TRUE(panel.wait(
+        [&] { return panel.rows(IDC_CHANGES_LIST) == Texts{L"theirs.txt (conflict)"}; }));
+
+    // A remote that is not there.
+    repository.script("git reset -q --hard; git remote set-url origin ../nowhere.git");
+    EXPECT_FALSE(panel.box_after([&] { panel.choose(ID_FETCH); }).empty());
+    EXPECT_TRUE(panel.agrees_with_git());
+}
+
+TEST(Sidebar, KeepsSelectionAndScrollPositionOverRefreshes)
+{
+    const TempRepository repository;
+    for (int i = 100; i < 200; ++i)
+        repository.write_file("file" + std::to_string(i) + ".txt", "new\n");
+    Panel panel(repository);
+    ASSERT_TRUE(panel.wait_rows(IDC_CHANGES_LIST, 100));
+    panel.select(IDC_CHANGES_LIST, {L"file150.txt (new)", L"file160.txt (new)"});
+    const HWND list = panel.control(IDC_CHANGES_LIST);
+    SendMessageW(list, LVM_ENSUREVISIBLE, 160 - 100, FALSE);
+    const LRESULT top = SendMessageW(list, LVM_GETTOPINDEX, 0, 0);
+    ASSERT_GT(top, 0);
+    repository.remove("file199.txt");
+    ASSERT_TRUE(panel.wait_rows(IDC_CHANGES_LIST, 99));
+    EXPECT_EQ(panel.selected(IDC_CHANGES_LIST),
+              (Texts{L"file150.txt (new)", L"file160.txt (new)"}));
+    EXPECT_EQ(SendMessageW(list, LVM_GETTOPINDEX, 0, 0), top);
+
+    // A refresh that finds nothing new touches nothing.
+    int filled = 0;
+    const win32::Subclass watch(
+        list,
+        [&](const win32::Message& message) {
+            filled += message.id == LVM_DELETEALLITEMS ? 1 : 0;
+            return win32::Handled();
+        },
+        1);
+    repository.write_file("signal.txt", "new\n");
+    ASSERT_TRUE(panel.wait_rows(IDC_CHANGES_LIST, 100));
+    const int before = filled;
+    for (int i = 0; i < 20; ++i)
+        PostMessageW(panel.dialog(), revlane::WM_REVLANE_REFRESH, 0, 0);
+    panel.driver().wait([] { return false; }, 1s);
+    EXPECT_EQ(filled, before);
+}
+
+TEST(Sidebar, HoldsTenThousandFilesAndStaysQuick)
+{
+    const TempRepository repository;
+    repository.script("mkdir many; cd many; seq -f 'file%05g.txt' 10000 | xargs touch");
+    Panel panel(repository);
+    const auto count = [&](int list) {
+        return SendDlgItemMessageW(panel.dialog(), list, LVM_GETITEMCOUNT, 0, 0);
+    };
+    // While the files are looked through the panel answers.
+    std::chrono::steady_clock::duration slowest{};
+    const bool shown = panel.wait([&] {
+        const auto start = std::chrono::steady_clock::now();
+        SendMessageW(panel.dialog(), WM_NULL, 0, 0);
+        slowest = std::max(slowest, std::chrono::steady_clock::now() - start);
+        return count(IDC_CHANGES_LIST) == 10'000;
+    });
+    EXPECT_TRUE(shown);
+    EXPECT_LT(slowest, 500ms);
+    std::vector<int> some(300);
+    std::iota(some.begin(), some.end(), 5000);
+    support::select_rows(panel.dialog(), IDC_CHANGES_LIST, some);
+    panel.choose(ID_STAGE);
+    EXPECT_TRUE(panel.wait(
+        [&] { return count(IDC_STAGED_LIST) == 300 && count(IDC_CHANGES_LIST) == 9700; }));
+}
+
+TEST(Sidebar, FollowsTheDocumentToItsRepositoryAndKeepsItElsewhere)
+{
+    const TempRepository first = with_files();
+    first.write_file("first.txt", "new\n");
+    const TempRepository second = with_files();
+    second.write_file("second.txt", "new\n");
+    const TempFolder outside;
+    Panel panel(first);
+    ASSERT_TRUE(panel.agrees_with_git());
+    panel.open(second.path() / L"a.txt");
+    EXPECT_TRUE(
+        panel.wait([&] { return panel.rows(IDC_CHANGES_LIST) == Texts{L"second.txt (new)"}; }));
+    std::filesystem::copy_file(second.path() / L"a.txt", outside.path() / L"a.txt");
+    panel.open(outside.path() / L"a.txt");
+    panel.driver().wait([] { return false; }, 500ms);
+    EXPECT_EQ(panel.rows(IDC_CHANGES_LIST), Texts{L"second.txt (new)"});
+}
+
+TEST(Sidebar, ShowsUnbornAndDetachedHeads)
+{
+    const TempRepository repository;
+    repository.write_file("a.txt", "one\n");
+    repository.script("git add a.txt");
+    Panel panel(repository);
+    EXPECT_TRUE(panel.agrees_with_git());
+    EXPECT_TRUE(panel.wait_text(IDC_BRANCH, L"main"));
+    panel.set_message(L"first");
+    panel.click(IDC_COMMIT);
+    EXPECT_TRUE(panel.wait([&] { return panel.message().empty(); }));
+    repository.script("git checkout -q --detach");
+    EXPECT_TRUE(panel.wait_text(IDC_BRANCH, win32::to_wide(repository.id_of("HEAD").substr(0, 7))));
+}
+
+TEST(Sidebar, StandsWithoutARepository)
+{
+    const TempFolder folder;
+    EditorDriver driver(support::delivered_plugin());
+    const HWND dialog = driver.open_panel();
+    ASSERT_NE(dialog, nullptr);
+    driver.pump();
+    const auto visible = [&](int id) { return IsWindowVisible(GetDlgItem(dialog, id)) != FALSE; };
+    EXPECT_TRUE(visible(IDC_EMPTY_TEXT));
+    EXPECT_TRUE(visible(IDC_CHOOSE_FOLDER));
+    for (const int id : {IDC_BRANCH, IDC_COMMIT_MESSAGE, IDC_COMMIT, IDC_PULL, IDC_PUSH,
+                         IDC_STAGED_LIST, IDC_CHANGES_LIST, IDC_BRANCHES_LIST, IDC_PANEL_MENU})
+        EXPECT_FALSE(visible(id)) << id;
+    // Commands that need a repository do nothing.
+    for (const int id : {ID_STAGE, ID_UNSTAGE, ID_DISCARD, ID_FETCH, ID_STATUS, ID_OPEN_FOLDER,
+                         ID_OPEN_REMOTE, ID_COMPARE, ID_STAGED_COMPARE, IDC_COMMIT,
+                         IDC_STAGE_ALL_AND_COMMIT, IDC_PULL, IDC_PUSH, IDC_SHOW_HISTORY})
+        SendMessageW(dialog, WM_COMMAND, static_cast<WPARAM>(id), 0);
+    driver.pump();
+    EXPECT_TRUE(IsWindow(dialog));
+}
+
+TEST(Sidebar, SaysThatTheRepositoryIsGone)
+{
+    const TempRepository repository = with_files();
+    Panel panel(repository);
+    ASSERT_TRUE(panel.agrees_with_git());
+    std::filesystem::rename(repository.path() / L".git", repository.path() / L"moved away");
+    SendMessageW(panel.dialog(), revlane::WM_REVLANE_REFRESH, 0, 0);
+    EXPECT_TRUE(
+        panel.wait([&] { return IsWindowVisible(panel.control(IDC_EMPTY_TEXT)) != FALSE; }));
+    EXPECT_TRUE(contains(support::control_text(panel.dialog(), IDC_EMPTY_TEXT),
+                         repository.path().wstring()));
+    // It comes back, and so does the panel.
+    std::filesystem::rename(repository.path() / L"moved away", repository.path() / L".git");
+    SendMessageW(panel.dialog(), revlane::WM_REVLANE_CHECK_DOCUMENT, 0, 0);
+    EXPECT_TRUE(
+        panel.wait([&] { return IsWindowVisible(panel.control(IDC_CHANGES_LIST)) != FALSE; }));
+}
+
+TEST(Sidebar, OpensTheRepositoryOfTheSettingsWhenTheDocumentHasNone)
+{
+    const TempRepository repository = with_files();
+    repository.write_file("new.txt", "new\n");
+    std::wstring path = repository.path().wstring();
+    EditorDriver driver(support::delivered_plugin(),
+                        "[Revlane]\nRepoPath=\"" + win32::to_utf8(path) + "\"\n");
+    const HWND dialog = driver.open_panel();
+    EXPECT_TRUE(
+        driver.wait([&] { return support::rows_of(dialog, IDC_CHANGES_LIST).size() == 1; }));
+}
+
+TEST(Sidebar, LogsWhatGitSaysAndRemembersAutoFetch)
+{
+    const TempRepository repository = with_files();
+    repository.write_file("new.txt", "new\n");
+    Panel panel(repository);
+    ASSERT_TRUE(panel.agrees_with_git());
+    panel.choose(ID_STATUS);
+    HWND output = nullptr;
+    EXPECT_TRUE(panel.wait([&] {
+        output = FindWindowW(nullptr, L"Git output");
+        return output != nullptr;
+    }));
+    const std::wstring log = support::control_text(output, IDC_OUTPUT_TEXT);
+    EXPECT_TRUE(log.starts_with(L"git status\r\n\r\nOn branch main\r\n"));
+    EXPECT_TRUE(contains(log, L"new.txt"));
+    EXPECT_TRUE(contains(panel.driver().frame().status(), L"nothing added to commit"));
+
+    panel.choose(ID_AUTO_FETCH);
+    EXPECT_TRUE(panel.wait(
+        [&] { return panel.driver().settings().find("autofetch=1") != std::string::npos; }));
+    panel.choose(ID_AUTO_FETCH);
+    EXPECT_TRUE(panel.wait(
+        [&] { return panel.driver().settings().find("autofetch=0") != std::string::npos; }));
+    panel.choose(IDC_BRANCHES_HEADING);
+    EXPECT_TRUE(
+        panel.wait([&] { return IsWindowVisible(panel.control(IDC_BRANCHES_LIST)) == FALSE; }));
+    EXPECT_NE(panel.driver().settings().find("BranchesFolded=1"), std::string::npos);
+    panel.choose(ID_HELP_PAGE);
+    EXPECT_TRUE(
+        panel.wait([&] { return !panel.driver().editor().recorder().of(host::QM_HELP).empty(); }));
+    EXPECT_EQ(panel.driver().editor().recorder().of(host::QM_HELP).front().texts,
+              Texts{L"howto/plugin/plugin_revlane.html"});
+}
+
+// The states of the panel menu's items, as the user would see them.
+TEST(Sidebar, EnablesWhatTheMenuCanDo)
+{
+    const TempRepository repository = with_files();
+    Panel panel(repository, "[Revlane]\nautofetch=2\n");
+    ASSERT_TRUE(panel.agrees_with_git());
+    const auto states = [&] {
+        std::map<UINT, UINT> found;
+        const win32::Subclass watch(
+            panel.dialog(),
+            [&](const win32::Message& message) -> win32::Handled {
+                if (message.id != WM_INITMENUPOPUP)
+                    return std::nullopt;
+                const auto menu = reinterpret_cast<HMENU>(message.wparam);
+                for (int i = 0; i < GetMenuItemCount(menu); ++i)
+                    found[GetMenuItemID(menu, i)] =
+                        GetMenuState(menu, static_cast<UINT>(i), MF_BYPOSITION);
+                PostMessageW(message.window, WM_CANCELMODE, 0, 0);
+                return std::nullopt;
+            },
+            1);
+        panel.click(IDC_PANEL_MENU);
+        EXPECT_TRUE(panel.wait([&] { return !found.empty(); }));
+        return found;
+    };
+    const auto enabled = [](UINT state) { return (state & (MF_GRAYED | MF_DISABLED)) == 0; };
+    auto found = states();
+    EXPECT_FALSE(enabled(found[ID_FETCH]));
+    EXPECT_FALSE(enabled(found[ID_OPEN_REMOTE]));
+    EXPECT_FALSE(enabled(found[ID_CANCEL_COMMAND]));
+    EXPECT_TRUE(enabled(found[ID_STATUS]));
+    EXPECT_TRUE(enabled(found[ID_OPEN_FOLDER]));
+    EXPECT_NE(found[ID_AUTO_FETCH] & MF_CHECKED, 0U);
+    const TempRepository remote = repository.add_bare_remote();
+    SendMessageW(panel.dialog(), revlane::WM_REVLANE_REFRESH, 0, 0);
+    ASSERT_TRUE(panel.wait([&] { return support::is_control_enabled(panel.dialog(), IDC_PUSH); }));
+    panel.choose(ID_AUTO_FETCH);
+    panel.driver().pump();
+    found = states();
+    EXPECT_TRUE(enabled(found[ID_FETCH]));
+    EXPECT_TRUE(enabled(found[ID_OPEN_REMOTE]));
+    EXPECT_EQ(found[ID_AUTO_FETCH] & MF_CHECKED, 0U);
+}
+
+// Pushes that hang in a hook for longer than any test waits, until the object goes.
+class HangingPushes {
+public:
+    explicit HangingPushes(const TempRepository& repository) : repository_(repository)
+    {
+        repository.write_file(".git/hooks/pre-push",
+                              "#!/bin/sh\necho $PPID >.git/push.pid\necho $$ >.git/hook.pid\n"
+                              "exec sleep 300\n");
+        repository.script("chmod +x .git/hooks/pre-push");
+    }
+    // The hook of a push that was ended lives on, as it does on any system.
+    ~HangingPushes() { repository_.script("kill $(cat .git/hook.pid) 2>/dev/null || true"); }
+    HangingPushes(const HangingPushes&) = delete;
+    HangingPushes& operator=(const HangingPushes&) = delete;
+
+    [[nodiscard]] bool has_begun() const
+    {
+        return std::filesystem::exists(repository_.path() / L".git/hook.pid");
+    }
+    // Whether the git of the push is still there.
+    [[nodiscard]] bool runs() const
+    {
+        return repository_.script(
+                   "kill -0 $(cat .git/push.pid) 2>/dev/null && echo yes || echo no") == "yes\n";
+    }
+
+private:
+    const TempRepository& repository_;
+};
+
+TEST(Sidebar, CancelsACommandAndGoesOn)
+{
+    const TempRepository repository = with_files();
+    const TempRepository remote = repository.add_bare_remote();
+    const HangingPushes push(repository);
+    Panel panel(repository);
+    ASSERT_TRUE(panel.wait([&] { return support::is_control_enabled(panel.dialog(), IDC_PUSH); }));
+    const auto progress = [&] { return IsWindowVisible(panel.control(IDC_PROGRESS)) != FALSE; };
+    EXPECT_FALSE(progress());
+    panel.click(IDC_PUSH);
+    ASSERT_TRUE(panel.wait([&] { return push.has_begun() && progress(); }));
+    panel.choose(ID_CANCEL_COMMAND);
+    EXPECT_TRUE(panel.wait([&] { return !progress(); }));
+    EXPECT_TRUE(panel.wait([&] { return !push.runs(); }));
+    EXPECT_EQ(panel.driver().frame().status(), L"Cancelled");
+    // The next command runs as usual.
+    repository.write_file("new.txt", "new\n");
+    ASSERT_TRUE(panel.wait_rows(IDC_CHANGES_LIST, 1));
+    panel.set_message(L"after");
+    panel.click(IDC_STAGE_ALL_AND_COMMIT);
+    EXPECT_TRUE(panel.wait([&] { return panel.message().empty(); }));
+    EXPECT_EQ(repository.git({"log", "-1", "--format=%s"}), "after\n");
+}
+
+TEST(Sidebar, ClosesAtOnceWithWorkInFlight)
+{
+    for (const bool by_frame : {false, true}) {
+        const TempRepository repository = with_files();
+        const TempRepository remote = repository.add_bare_remote();
+        const HangingPushes push(repository);
+        repository.script("mkdir many; cd many; seq -f 'file%05g.txt' 3000 | xargs touch");
+        const std::string head = repository.id_of("HEAD");
+        Panel panel(repository, "[Revlane]\nautofetch=1\n");
+        ASSERT_TRUE(
+            panel.wait([&] { return support::is_control_enabled(panel.dialog(), IDC_PUSH); }));
+        panel.click(IDC_PUSH);
+        ASSERT_TRUE(panel.wait([&] { return push.has_begun(); }));
+        // More waits behind it: a commit, a refresh and what they would post.
+        panel.set_message(L"never");
+        panel.click(IDC_STAGE_ALL_AND_COMMIT);
+        PostMessageW(panel.dialog(), revlane::WM_REVLANE_REFRESH, 0, 0);
+        panel.driver().pump();
+        const auto start = std::chrono::steady_clock::now();
+        if (by_frame)
+            panel.driver().close();
+        else
+            panel.driver().press_close_button();
+        panel.driver().pump();
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 3s);
+        EXPECT_FALSE(IsWindow(panel.dialog()));
+        EXPECT_TRUE(support::pump_until([&] { return !push.runs(); }));
+        EXPECT_EQ(repository.id_of("HEAD"), head);
+    }
+}
+
+}  // namespace
