@@ -365,6 +365,9 @@ POINT ChangesListBase::keyboard_menu_position() const
 ChangesListBase::View ChangesListBase::view() const
 {
     View shown;
+    // No window at all would answer every question with row 0.
+    if (list_ == nullptr)
+        return shown;
     // While the control is emptied it may still have rows that the vector has no longer.
     const auto is_row = [this](int row) {
         return row >= 0 && static_cast<std::size_t>(row) < changes_.size();

@@ -264,6 +264,8 @@ struct Bound {
     template <typename... Arguments>
     explicit Bound(Arguments&... arguments) : changes(arguments...)
     {
+        if (owner.list == nullptr)
+            throw std::runtime_error("no list can be made: is there a screen?");
         changes.attach(owner.dialog, owner.list, L"No changes");
         owner.changes_list = &changes;
     }
@@ -761,6 +763,18 @@ TEST_F(ChangeLists, GoWithWorkInFlight)
         unstaged.reset();
     }
     pool.wait();
+}
+
+TEST_F(ListRows, OutliveTheirControl)
+{
+    changes_.set_changes(numbered_changes(3));
+    select_only(list(), {1});
+    EXPECT_EQ(changes_.selected().size(), 1u);
+    DestroyWindow(bound_.owner.dialog);
+    EXPECT_TRUE(changes_.selected().empty());
+    changes_.select_all();
+    changes_.update_changes(numbered_changes(5));
+    EXPECT_EQ(changes_.changes().size(), 5u);
 }
 
 TEST_F(ListRows, AnEmptyListSaysSo)
