@@ -2,6 +2,8 @@
 
 #include "changes/compare.h"
 #include "changes/messages.h"
+#include "changes/modeless_dialogs.h"
+#include "history/history_window.h"
 #include "plugin/host/editor.h"
 #include "plugin/host/settings.h"
 #include "resources/ids.h"
@@ -11,6 +13,7 @@
 
 #include <git2.h>
 
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -30,9 +33,6 @@ void CALLBACK refresh_now(HWND window, UINT /*message*/, UINT_PTR timer, DWORD /
     KillTimer(window, timer);
     PostMessageW(window, WM_REVLANE_REFRESH, 0, 0);
 }
-
-// The frame has no window for the commit history yet, so the panel offers none.
-constexpr ChangesSidebar::Abilities ABILITIES{.history = false};
 
 // Whether `bar` holds the focus and takes the message. A key may close the bar or the whole frame:
 // nothing of them may be touched afterwards.
@@ -64,7 +64,7 @@ void MyCFrame::close_bars()
 void MyCFrame::open_bar(HWND window)
 {
     const HWND parent = GetParent(window);
-    sidebar_ = std::make_unique<ChangesSidebar>(parent, ABILITIES);
+    sidebar_ = std::make_unique<ChangesSidebar>(parent);
     bar_open_ = true;
     bar_id_ = 0;
     const HWND dialog = CreateDialogParamW(host::resource_module(), MAKEINTRESOURCEW(IDD_SIDEBAR),
@@ -137,6 +137,7 @@ void MyCFrame::on_created(HWND window)
 
 void MyCFrame::on_closed()
 {
+    close_modeless_dialogs(window_);
     if (std::exchange(holds_library_, false))
         git_libgit2_shutdown();
     remove_temp_directory();
@@ -195,10 +196,33 @@ LRESULT MyCFrame::route_key(MSG& message) const
     const HWND bar = panel();
     if ((bar == nullptr || !takes_key(bar, focus, message)) &&
         (second == nullptr || !takes_key(second, focus, message)))
-        return 0;
+        return translate_modeless_message(message) ? 1 : 0;
     if (is_escape)
         host::execute_command(window, host::COMMAND_FOCUS_DOCUMENT);
     return 1;
+}
+
+HWND MyCFrame::history() const noexcept
+{
+    return history_ != nullptr && IsWindow(history_) ? history_ : nullptr;
+}
+
+void MyCFrame::show_history(const std::filesystem::path& repository)
+{
+    const std::optional<std::string> branch =
+        sidebar_ != nullptr ? sidebar_->shown_branch_name() : std::nullopt;
+    const HWND open = history();
+    if (open == nullptr) {
+        history_ = open_history_window({window_, repository, branch});
+        return;
+    }
+    win32::post_owned(open, WM_REVLANE_OPEN_REPOSITORY,
+                      std::make_unique<std::wstring>(repository.wstring()));
+    if (branch)
+        win32::post_owned(open, WM_REVLANE_SET_REVISION, std::make_unique<std::string>(*branch));
+    if (IsIconic(open))
+        ShowWindow(open, SW_RESTORE);
+    SetForegroundWindow(open);
 }
 
 LRESULT MyCFrame::on_request(MyCFrame* frame, WPARAM request, LPARAM payload)
@@ -206,9 +230,13 @@ LRESULT MyCFrame::on_request(MyCFrame* frame, WPARAM request, LPARAM payload)
     switch (request) {
     case WM_REVLANE_OPEN_REPOSITORY: {
         const auto path = win32::take_owned<std::wstring>(static_cast<WPARAM>(payload));
-        if (frame != nullptr && frame->second_bar_.open && path != nullptr)
+        if (frame == nullptr || path == nullptr)
+            break;
+        if (frame->second_bar_.open)
             win32::post_owned(frame->second_bar_.window, WM_REVLANE_OPEN_REPOSITORY,
-                              std::make_unique<std::wstring>(std::move(*path)));
+                              std::make_unique<std::wstring>(*path));
+        win32::post_owned(frame->history(), WM_REVLANE_OPEN_REPOSITORY,
+                          std::make_unique<std::wstring>(*path));
         break;
     }
     case WM_REVLANE_COMMAND_RESULT: {
@@ -222,16 +250,29 @@ LRESULT MyCFrame::on_request(MyCFrame* frame, WPARAM request, LPARAM payload)
             win32::show_error(frame->window_, win32::to_wide(result->output));
         break;
     }
-    case REQUEST_SHOW_HISTORY:
-        (void)win32::take_owned<std::wstring>(static_cast<WPARAM>(payload));
+    case REQUEST_SHOW_HISTORY: {
+        const auto path = win32::take_owned<std::wstring>(static_cast<WPARAM>(payload));
+        if (frame != nullptr && path != nullptr)
+            frame->show_history(*path);
         break;
+    }
+    case WM_REVLANE_SHOW_FILE_HISTORY: {
+        auto path = win32::take_owned<std::wstring>(static_cast<WPARAM>(payload));
+        if (frame != nullptr && path != nullptr)
+            win32::post_owned(frame->history(), WM_REVLANE_SHOW_FILE_HISTORY, std::move(path));
+        break;
+    }
     case WM_REVLANE_EXTERNAL_REFRESH:
         if (const HWND bar = frame != nullptr ? frame->panel() : nullptr)
             PostMessageW(bar, WM_REVLANE_EXTERNAL_REFRESH, 0, 0);
         break;
     case WM_REVLANE_RELOAD_REFERENCES:
-        if (frame != nullptr && frame->second_bar_.open)
+        if (frame == nullptr)
+            break;
+        if (frame->second_bar_.open)
             PostMessageW(frame->second_bar_.window, WM_REVLANE_RELOAD_REFERENCES, 0, 0);
+        if (const HWND history = frame->history())
+            PostMessageW(history, WM_REVLANE_RELOAD_REFERENCES, 0, 0);
         break;
     default:
         break;

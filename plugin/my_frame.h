@@ -9,6 +9,7 @@
 #include <windows.h>
 
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 
 namespace revlane {
@@ -46,12 +47,16 @@ private:
     void start_refresh_timers() const;
     [[nodiscard]] HWND panel() const noexcept;
     [[nodiscard]] LRESULT route_key(MSG& message) const;
+    void show_history(const std::filesystem::path& repository);
+    // The commit history, if it is open.
+    [[nodiscard]] HWND history() const noexcept;
 
     HWND window_;
     std::unique_ptr<ChangesSidebar> sidebar_;
     std::uint32_t bar_id_ = 0;
     bool bar_open_ = false;
     SecondBar second_bar_;
+    HWND history_ = nullptr;  // ends with the frame; the user may close it before
     std::shared_ptr<git::Git> git_;
     bool holds_library_ = false;  // one count of libgit2's initialisation
 };

@@ -22,12 +22,11 @@ constexpr UINT STAMPS_INTERVAL_MS = 2000;
 
 }  // namespace
 
-ChangesSidebar::ChangesSidebar(HWND host, Abilities abilities)
-    : host_(host), abilities_(abilities), life_(std::make_shared<const char>()),
-      git_(std::make_shared<git::Git>()), pool_(1), reading_pool_(1), changes_(reading_pool_),
-      branch_(pool_, git_), branches_(host, pool_, git_), commands_(pool_, git_),
-      state_slot_(reading_pool_), stamps_slot_(reading_pool_),
-      is_ending_(std::make_shared<std::atomic<bool>>(false)),
+ChangesSidebar::ChangesSidebar(HWND host)
+    : host_(host), life_(std::make_shared<const char>()), git_(std::make_shared<git::Git>()),
+      pool_(1), reading_pool_(1), changes_(reading_pool_), branch_(pool_, git_),
+      branches_(host, pool_, git_), commands_(pool_, git_), state_slot_(reading_pool_),
+      stamps_slot_(reading_pool_), is_ending_(std::make_shared<std::atomic<bool>>(false)),
       fetch_context_(std::make_shared<AutoFetcher::Context>()),
       fetcher_(std::make_shared<git::Git>(), fetch_context_)
 {
@@ -78,11 +77,6 @@ win32::Handled ChangesSidebar::on_dialog_message(const win32::Message& message)
     case WM_NOTIFY:
     case WM_CONTEXTMENU:
         return on_list_message(message);
-    case WM_INITMENUPOPUP:
-        if (!abilities_.history)
-            for (const UINT command : {UINT{ID_FILE_HISTORY}, UINT{ID_STAGED_FILE_HISTORY}})
-                RemoveMenu(reinterpret_cast<HMENU>(message.wparam), command, MF_BYCOMMAND);
-        return std::nullopt;
     case WM_DRAWITEM:
         return view_.draw_item(*reinterpret_cast<const DRAWITEMSTRUCT*>(message.lparam))
                    ? win32::Handled(TRUE)
@@ -212,7 +206,7 @@ LRESULT ChangesSidebar::on_init(HWND dialog)
     branch_.attach(dialog, GetDlgItem(dialog, IDC_BRANCH));
     branches_.attach(dialog, GetDlgItem(dialog, IDC_BRANCHES_LIST),
                      host::load_text(IDS_BRANCHES_EMPTY));
-    view_.attach(dialog, host_, abilities_.history);
+    view_.attach(dialog, host_);
     commit_box_.attach(GetDlgItem(dialog, IDC_COMMIT_MESSAGE),
                        host::load_text(IDS_COMMIT_PLACEHOLDER), [this] { on_commit_key(); });
     auto_fetch_ = host::read_number(host_, host::SETTING_AUTO_FETCH) != 0;

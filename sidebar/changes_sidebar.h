@@ -39,14 +39,9 @@ namespace revlane {
 
 class ChangesSidebar {
 public:
-    // What the frame around the panel can do.
-    struct Abilities {
-        bool history = false;  // it opens the commit history
-    };
-
     // `host` is the editor's frame window. The dialog is made afterwards, with win32::dialog_proc and
     // this object as its parameter.
-    ChangesSidebar(HWND host, Abilities abilities);
+    explicit ChangesSidebar(HWND host);
     // Ends all work and the dialog, if it still exists.
     ~ChangesSidebar();
     ChangesSidebar(const ChangesSidebar&) = delete;
@@ -54,6 +49,11 @@ public:
 
     // The dialog; null before it is made and after it is gone.
     [[nodiscard]] HWND window() const noexcept { return dialog_; }
+    // The branch whose commits the history shows; nothing: HEAD.
+    [[nodiscard]] std::optional<std::string> shown_branch_name() const
+    {
+        return branches_.shown_branch_name();
+    }
 
     // For the dialog procedure.
     win32::Handled handle(const win32::Message& message);
@@ -106,6 +106,7 @@ private:
     void refresh();
     void on_refresh();
     void on_files_changed();
+    void look_again_later();
     void on_refresh_all();
     void on_changes(const ChangesResult& result);
     void refresh_rest();
@@ -147,12 +148,12 @@ private:
     void on_choose_folder();
     void on_show_menu();
     void on_show_history();
+    void on_file_history(const ChangesListBase& list);
     void on_command_result(const git::CommandResult& result);
     void log_result(const git::CommandResult& result);
 
     HWND dialog_ = nullptr;
     HWND host_;
-    Abilities abilities_;
     std::shared_ptr<const char> life_;
     const git::LibraryScope library_;
     const GlyphScope glyphs_;

@@ -49,6 +49,25 @@ void CommitBox::clear_if(const std::wstring& committed)
         SetWindowTextW(edit_, L"");
 }
 
+void CommitBox::fit_scroll_bar() const
+{
+    const win32::WindowDc dc(edit_);
+    if (dc.get() == nullptr)
+        return;
+    const auto font = reinterpret_cast<HFONT>(SendMessageW(edit_, WM_GETFONT, 0, 0));
+    const win32::SelectedObject selected(dc.get(),
+                                         font != nullptr ? font : GetStockObject(DEFAULT_GUI_FONT));
+    TEXTMETRICW metrics{};
+    GetTextMetricsW(dc.get(), &metrics);
+    RECT text{};
+    SendMessageW(edit_, EM_GETRECT, 0, reinterpret_cast<LPARAM>(&text));
+    const LRESULT lines = SendMessageW(edit_, EM_GETLINECOUNT, 0, 0);
+    const bool is_shown = (GetWindowLongPtrW(edit_, GWL_STYLE) & WS_VSCROLL) != 0;
+    const bool is_needed = lines * metrics.tmHeight > text.bottom - text.top;
+    if (is_needed != is_shown)
+        ShowScrollBar(edit_, SB_VERT, is_needed ? TRUE : FALSE);
+}
+
 win32::Handled CommitBox::on_message(const win32::Message& message)
 {
     switch (message.id) {
@@ -70,6 +89,12 @@ win32::Handled CommitBox::on_message(const win32::Message& message)
             (message.wparam == CHARACTER_CTRL_ENTER && is_control_down()))
             return 0;
         return std::nullopt;
+    case WM_SIZE: {
+        const LRESULT result =
+            DefSubclassProc(message.window, message.id, message.wparam, message.lparam);
+        fit_scroll_bar();
+        return result;
+    }
     case WM_PAINT: {
         const LRESULT result =
             DefSubclassProc(message.window, message.id, message.wparam, message.lparam);

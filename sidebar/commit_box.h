@@ -20,6 +20,9 @@ public:
     [[nodiscard]] std::wstring text() const;
     // Empties the box if its text is still `committed`.
     void clear_if(const std::wstring& committed);
+    // Shows the scroll bar while there is more text than room. To be called when the text or the
+    // size has changed.
+    void fit_scroll_bar() const;
 
 private:
     win32::Handled on_message(const win32::Message& message);

@@ -19,7 +19,9 @@ namespace {
 // Sizes at 96 DPI.
 constexpr int BUTTON_PADDING = 10;  // between a button's text and its edge
 constexpr int MIN_BUTTON_WIDTH = 64;
-constexpr int COMBO_FRAME = 6;  // what a drop-down has around its text field, top and bottom
+constexpr int COMBO_FRAME = 6;  // what a drop-down has above and below its text field together
+
+constexpr int BRANCH_INDENT = 4;
 
 constexpr UINT MARQUEE_STEP_MS = 30;
 
@@ -33,17 +35,10 @@ std::wstring without_prefix(std::wstring text)
 
 }  // namespace
 
-PanelView::~PanelView()
-{
-    if (row_height_images_ != nullptr)
-        ImageList_Destroy(row_height_images_);
-}
-
-void PanelView::attach(HWND dialog, HWND frame, bool has_history)
+void PanelView::attach(HWND dialog, HWND frame)
 {
     dialog_ = dialog;
     frame_ = frame;
-    has_history_ = has_history;
     arrangement_ = read_arrangement(frame);
     pull_text_ = win32::window_text(control(IDC_PULL));
     push_text_ = win32::window_text(control(IDC_PUSH));
@@ -107,13 +102,25 @@ void PanelView::renew_fonts()
 
 void PanelView::set_row_heights()
 {
-    // A list takes the height of its rows from the images beside them, though there are none.
-    const HIMAGELIST images =
-        ImageList_Create(1, list_row_height(dpi_, fonts_.line_height), ILC_COLOR, 0, 0);
-    for (const int id : LISTS)
-        SendMessageW(control(id), LVM_SETIMAGELIST, LVSIL_SMALL, reinterpret_cast<LPARAM>(images));
-    if (const HIMAGELIST former = std::exchange(row_height_images_, images))
-        ImageList_Destroy(former);
+    // A list takes the height of its rows from the images before their texts, though there are none.
+    // In the list of branches their width brings the texts in line with the headings; the rows of
+    // the other lists are drawn by the panel.
+    const int height = list_row_height(dpi_, fonts_.line_height);
+    const auto images = [height](int width) {
+        return ImageList(ImageList_Create(width, height, ILC_COLOR, 0, 0));
+    };
+    const auto give = [this](int list, const ImageList& given) {
+        SendMessageW(control(list), LVM_SETIMAGELIST, LVSIL_SMALL,
+                     reinterpret_cast<LPARAM>(given.get()));
+    };
+    ImageList narrow = images(1);
+    ImageList indented = images(scale(BRANCH_INDENT, dpi_));
+    give(IDC_STAGED_LIST, narrow);
+    give(IDC_CHANGES_LIST, narrow);
+    give(IDC_BRANCHES_LIST, indented);
+    // Not before no list uses the former ones any more.
+    row_height_ = std::move(narrow);
+    branch_row_height_ = std::move(indented);
 }
 
 int PanelView::button_width(int id) const
@@ -137,7 +144,6 @@ LayoutInput PanelView::layout_input() const
         wrapped_text_height(dialog_, fonts_.text.get(), win32::window_text(control(IDC_EMPTY_TEXT)),
                             std::max<int>(client.right - 2 * empty_text_margin(dpi_), 0));
     input.has_repository = has_repository_;
-    input.has_history = has_history_;
     input.branches_folded = arrangement_.branches_folded;
     input.shares = arrangement_.shares;
     return input;
@@ -196,6 +202,17 @@ void PanelView::lay_out()
                  progress.right - progress.left, progress.bottom - progress.top, SWP_NOACTIVATE);
     pull_tip_.cover_disabled();
     push_tip_.cover_disabled();
+}
+
+// A drop-down is as high as its text field, whatever it is told; it stands in the middle of its row.
+void PanelView::center_branch()
+{
+    const auto field = static_cast<int>(
+        SendMessageW(control(IDC_BRANCH), CB_GETITEMHEIGHT, static_cast<WPARAM>(-1), 0));
+    RECT& row = layout_.branch;
+    const int spare = static_cast<int>(row.bottom - row.top) - field - scale(COMBO_FRAME, dpi_);
+    if (!IsRectEmpty(&row))
+        row.top += std::max(spare, 0) / 2;
 }
 
 void PanelView::show_repository()

@@ -8,6 +8,7 @@
 #include "sidebar/panel_state.h"
 #include "sidebar/sidebar_layout.h"
 #include "sidebar/tooltip.h"
+#include "win32/handle.h"
 #include "win32/window.h"
 
 #include <windows.h>
@@ -21,14 +22,9 @@ namespace revlane {
 
 class PanelView {
 public:
-    PanelView() = default;
-    ~PanelView();
-    PanelView(const PanelView&) = delete;
-    PanelView& operator=(const PanelView&) = delete;
-
     // Takes over the controls of the panel's dialog. `frame` is the editor's frame window, in whose
     // settings the arrangement is kept.
-    void attach(HWND dialog, HWND frame, bool has_history);
+    void attach(HWND dialog, HWND frame);
     // The dialog goes; nothing of it is touched any more.
     void detach();
 
@@ -56,6 +52,8 @@ public:
     win32::Handled on_mouse(const win32::Message& message);
 
 private:
+    using ImageList = win32::UniqueHandle<HIMAGELIST, ::ImageList_Destroy>;
+
     struct Drag {
         Splitter splitter;
         int grip;  // from the splitter's upper edge to the pointer
@@ -69,6 +67,7 @@ private:
     void enable(int id, bool enabled) const;
     void set_count(std::optional<std::size_t>& shown, std::optional<std::size_t> count, int id);
     void set_row_heights();
+    void center_branch();
     void make_lists_flat() const;
     bool begin_drag(POINT point);
     void drag(POINT point);
@@ -78,7 +77,8 @@ private:
     HWND frame_ = nullptr;
     int dpi_ = 96;
     PanelFonts fonts_;
-    HIMAGELIST row_height_images_ = nullptr;
+    ImageList row_height_;
+    ImageList branch_row_height_;
     IconButton choose_folder_;
     IconButton panel_menu_;
     IconButton history_;
@@ -92,7 +92,6 @@ private:
     std::wstring push_text_;
     std::wstring empty_text_;
     bool has_repository_ = false;
-    bool has_history_ = false;
     PanelArrangement arrangement_;
     std::optional<std::size_t> staged_count_;
     std::optional<std::size_t> changes_count_;

@@ -52,6 +52,10 @@ win32::Handled ChangesSidebar::on_command(UINT id, UINT code)
         branch_.on_command(code);
         return 0;
     }
+    if (id == IDC_COMMIT_MESSAGE && code == EN_CHANGE) {
+        commit_box_.fit_scroll_bar();
+        return 0;
+    }
     // Menus and buttons only; what else the controls notify is not a command.
     if (code != BN_CLICKED && code != 1)
         return std::nullopt;
@@ -101,6 +105,12 @@ win32::Handled ChangesSidebar::on_list_command(UINT id)
         return 0;
     case ID_STAGED_OPEN_FILE:
         on_open_files(staged_);
+        return 0;
+    case ID_FILE_HISTORY:
+        on_file_history(changes_);
+        return 0;
+    case ID_STAGED_FILE_HISTORY:
+        on_file_history(staged_);
         return 0;
     default:
         return std::nullopt;
@@ -430,6 +440,17 @@ void ChangesSidebar::on_show_history()
     if (repository_)
         host::send_request(host_, REQUEST_SHOW_HISTORY,
                            std::make_unique<std::wstring>(repository_->path.wstring()));
+}
+
+void ChangesSidebar::on_file_history(const ChangesListBase& list)
+{
+    const std::vector<std::wstring> paths = selected_paths(list);
+    if (!repository_ || paths.size() != 1)
+        return;
+    const HWND host = host_;
+    on_show_history();
+    host::send_request(host, WM_REVLANE_SHOW_FILE_HISTORY,
+                       std::make_unique<std::wstring>(paths.front()));
 }
 
 void ChangesSidebar::log_result(const git::CommandResult& result)

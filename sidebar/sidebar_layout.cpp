@@ -80,8 +80,7 @@ void lay_out_top_row(SidebarLayout& layout, const LayoutInput& input, RECT row)
     const int side = scale(BUTTON_HEIGHT, input.dpi);
     const int gap = scale(GAP, input.dpi);
     layout.choose_folder = cut_left(row, side, gap);
-    if (input.has_history)
-        layout.history = cut_right(row, side, gap);
+    layout.history = cut_right(row, side, gap);
     layout.panel_menu = cut_right(row, side, gap);
     layout.branch = row.right > row.left ? row : RECT{};
 }

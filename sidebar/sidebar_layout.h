@@ -30,7 +30,6 @@ struct LayoutInput {
     ButtonWidths buttons;
     int empty_text_height = 0;  // of the text without a repository, wrapped, in pixels
     bool has_repository = false;
-    bool has_history = false;  // the history button is shown
     bool branches_folded = false;
     ListShares shares;
 };

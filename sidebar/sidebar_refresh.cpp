@@ -13,7 +13,8 @@ namespace revlane {
 
 namespace {
 
-// The watcher drops what changes within half a second of its last report; this is a little more.
+// The watcher drops what changes within half a second of its start and of each report; this is a
+// little more.
 constexpr UINT LOOK_AGAIN_MS = 700;
 
 }  // namespace
@@ -46,7 +47,7 @@ void ChangesSidebar::on_refresh_all()
     std::optional<std::string> shown = branches_.shown_branch_name();
     if (shown != shown_branch_) {
         shown_branch_ = std::move(shown);
-        if (shown_branch_ && abilities_.history)
+        if (shown_branch_)
             on_show_history();
     }
     refresh();
@@ -56,6 +57,11 @@ void ChangesSidebar::on_refresh_all()
 void ChangesSidebar::on_files_changed()
 {
     refresh();
+    look_again_later();
+}
+
+void ChangesSidebar::look_again_later()
+{
     if (repository_)
         SetTimer(dialog_, TIMER_LOOK_AGAIN, LOOK_AGAIN_MS, nullptr);
 }

@@ -75,6 +75,7 @@ void ChangesSidebar::show_repository(git::Repository repository)
     branches_.set_repository(&*repository_);
     fetch_context_->set_repository(repository_->path);
     watcher_.run(dialog_, repository_->path);
+    look_again_later();
     host::send_request(host_, WM_REVLANE_OPEN_REPOSITORY,
                        std::make_unique<std::wstring>(repository_->path.wstring()));
     view_.show_repository();

@@ -1,0 +1,781 @@
+#include "history/history_window.h"
+
+#include "changes/branches_dropdown.h"
+#include "changes/compare.h"
+#include "changes/end_work.h"
+#include "changes/file_picker.h"
+#include "changes/get_dpi.h"
+#include "changes/messages.h"
+#include "changes/modeless_dialogs.h"
+#include "changes/texts.h"
+#include "git/objects.h"
+#include "git/references.h"
+#include "history/commit_changes.h"
+#include "history/commit_details.h"
+#include "history/files_tree.h"
+#include "history/filter_dialog.h"
+#include "history/history_layout.h"
+#include "history/reference_map.h"
+#include "history/revlane_list.h"
+#include "history/window_placement.h"
+#include "plugin/host/editor.h"
+#include "plugin/host/localized.h"
+#include "resources/ids.h"
+#include "win32/error_box.h"
+#include "win32/handle.h"
+#include "win32/text.h"
+#include "win32/thread_pool.h"
+#include "win32/window.h"
+
+#include <commctrl.h>
+#include <windowsx.h>
+
+#include <array>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+namespace revlane {
+
+namespace {
+
+// Asks again and again whether the work that the state line speaks of has ended.
+constexpr UINT_PTR STATE_TIMER = 1;
+constexpr UINT STATE_INTERVAL = 200;  // milliseconds
+
+// At 96 DPI.
+constexpr int SPLITTER_REACH = 4;
+constexpr int BUTTON_PADDING = 24;
+constexpr SIZE LEAST_SIZE{420, 360};
+
+constexpr std::size_t SHORT_ID = 7;  // digits
+
+// EM_SETEXTENDEDSTYLE of the edit control, where Windows has it, and the styles by which a line feed
+// alone ends a line.
+constexpr UINT EDIT_SET_EXTENDED_STYLE = 0x150A;
+constexpr WPARAM EDIT_ALLOW_ALL_LINE_ENDS = 3;
+
+std::wstring short_text(const git_oid& id)
+{
+    return git::oid_to_text(id).substr(0, SHORT_ID);
+}
+
+// The last key of a sequence that the window takes wherever the focus is in it.
+bool handle_key(HWND dialog, MSG& message)
+{
+    if (message.message != WM_KEYDOWN)
+        return false;
+    if (message.wParam == VK_F5) {
+        PostMessageW(dialog, WM_REVLANE_REFRESH_ALL, 0, 0);
+        return true;
+    }
+    if (message.wParam == 'F' && GetKeyState(VK_CONTROL) < 0) {
+        PostMessageW(dialog, WM_COMMAND, IDC_FILTER, 0);
+        return true;
+    }
+    return false;
+}
+
+class HistoryWindow {
+public:
+    explicit HistoryWindow(const HistoryRequest& request);
+    ~HistoryWindow();
+    HistoryWindow(const HistoryWindow&) = delete;
+    HistoryWindow& operator=(const HistoryWindow&) = delete;
+
+    win32::Handled handle(const win32::Message& message);
+
+private:
+    LRESULT on_init(HWND dialog);
+    win32::Handled on_posted_message(const win32::Message& message);
+    win32::Handled on_mouse(const win32::Message& message);
+    win32::Handled on_notify(const NMHDR& header);
+    win32::Handled on_command(UINT id, UINT code);
+    win32::Handled on_set_cursor() const;
+    void on_minimum_size(MINMAXINFO& info) const;
+    void on_selection(const Selection& selection);
+    void on_command_result(std::unique_ptr<git::CommandResult> result);
+    void on_filter();
+    void on_clear_filter();
+    void on_tree_menu();
+
+    void open_repository(const std::filesystem::path& path);
+    void reload();
+    void fill_branches();
+    void set_revision(std::string name);
+    void show_start(bool anew);
+    void show_file_history(const std::wstring& path);
+    void apply_filter();
+    void show_details(const git_oid& commit);
+    void open_commit(const git_oid& commit);
+    void compare_commits(const RevisionPair& commits);
+    void compare_tree_file();
+    void show_changes(const git::Result<std::vector<git::FileChange>>& changes,
+                      const std::wstring& title);
+    void show_error(const git::Error& error) const;
+
+    void lay_out();
+    void update_state();
+    [[nodiscard]] std::wstring empty_text() const;
+    [[nodiscard]] std::wstring state_text() const;
+    [[nodiscard]] std::wstring filter_text() const;
+    [[nodiscard]] std::wstring revision_argument() const;
+    [[nodiscard]] bool is_on_splitter(POINT client) const;
+    [[nodiscard]] int text_width(int control) const;
+    [[nodiscard]] HWND item(int id) const { return GetDlgItem(dialog_, id); }
+
+    const git::LibraryScope library_;  // before everything that holds something of libgit2
+    HWND dialog_ = nullptr;
+    HWND frame_;
+    std::filesystem::path path_;
+    std::string revision_;  // name of the reference to show; empty: HEAD
+    std::shared_ptr<git::Git> commands_ = std::make_shared<git::Git>();
+    std::shared_ptr<git::Git> filters_ = std::make_shared<git::Git>();
+    BS::thread_pool<> count_pool_{1};
+    BS::thread_pool<> filter_pool_{1};
+    BS::thread_pool<> command_pool_{1};
+    std::optional<git::Repository> repository_;
+    git::Reference current_;      // whose commits are shown; null: an unborn HEAD
+    std::wstring unborn_branch_;  // that HEAD is on
+    ReferenceMap references_;
+    BranchesDropdown branches_;
+    RevlaneList list_;
+    FilesTree files_;
+    std::optional<git_oid> shown_commit_;  // in details and files
+    Filter::State filter_;
+    std::wstring file_path_;  // whose history is shown; empty: none
+    HistoryLayout layout_{};
+    int splitter_ = 0;
+};
+
+HistoryWindow::HistoryWindow(const HistoryRequest& request)
+    : frame_(request.frame), path_(request.repository), revision_(request.revision.value_or("")),
+      branches_(command_pool_, commands_),
+      list_(request.frame, commands_, filters_, {count_pool_, filter_pool_, command_pool_})
+{
+}
+
+HistoryWindow::~HistoryWindow()
+{
+    filters_->shutdown();
+    end_work(*commands_, {&count_pool_, &filter_pool_, &command_pool_});
+}
+
+win32::Handled HistoryWindow::handle(const win32::Message& message)
+{
+    switch (message.id) {
+    case WM_INITDIALOG:
+        return on_init(message.window);
+    case WM_SIZE:
+        lay_out();
+        update_state();
+        return 0;
+    case WM_GETMINMAXINFO:
+        on_minimum_size(*reinterpret_cast<MINMAXINFO*>(message.lparam));
+        return 0;
+    case WM_TIMER:
+        if (message.wparam != STATE_TIMER)
+            return std::nullopt;
+        update_state();
+        return 0;
+    case WM_NOTIFY:
+        return on_notify(*reinterpret_cast<const NMHDR*>(message.lparam));
+    case WM_COMMAND:
+        return on_command(LOWORD(message.wparam), HIWORD(message.wparam));
+    case WM_SETCURSOR:
+    case WM_LBUTTONDOWN:
+    case WM_MOUSEMOVE:
+    case WM_LBUTTONUP:
+        return on_mouse(message);
+    case WM_CLOSE:
+        DestroyWindow(dialog_);
+        return 0;
+    case WM_DESTROY:
+        write_history_placement(frame_, dialog_, splitter_);
+        return std::nullopt;
+    case WM_NCDESTROY:
+        remove_modeless_dialog(dialog_);
+        win32::drain_owned<git::CommandResult>(dialog_, WM_REVLANE_COMMAND_RESULT);
+        win32::drain_owned<Selection>(dialog_, WM_REVLANE_SELECTION);
+        return std::nullopt;
+    default:
+        return on_posted_message(message);
+    }
+}
+
+win32::Handled HistoryWindow::on_posted_message(const win32::Message& message)
+{
+    switch (message.id) {
+    case WM_REVLANE_SELECT_COMMIT:
+        if (const auto id = win32::take_owned<git_oid>(message.wparam)) {
+            list_.select_commit(*id);
+            PostMessageW(dialog_, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(list_.window()), TRUE);
+        }
+        return 0;
+    case WM_REVLANE_SHOW_HEAD:
+        set_revision("HEAD");
+        return 0;
+    case WM_REVLANE_SHOW_FILE_HISTORY:
+        if (const auto path = win32::take_owned<std::wstring>(message.wparam))
+            show_file_history(*path);
+        return 0;
+    case WM_REVLANE_OPEN_REPOSITORY:
+        if (const auto path = win32::take_owned<std::wstring>(message.wparam))
+            open_repository(*path);
+        return 0;
+    case WM_REVLANE_OPEN_COMMIT:
+        if (const auto id = win32::take_owned<git_oid>(message.wparam))
+            open_commit(*id);
+        return 0;
+    case WM_REVLANE_SELECTION:
+        if (const auto selection = win32::take_owned<Selection>(message.wparam))
+            on_selection(*selection);
+        return 0;
+    case WM_REVLANE_COMPARE_REVISIONS:
+        if (const auto commits = win32::take_owned<RevisionPair>(message.wparam))
+            compare_commits(*commits);
+        return 0;
+    case WM_REVLANE_REFRESH_ALL:
+        reload();
+        host::send_request(frame_, WM_REVLANE_EXTERNAL_REFRESH);
+        return 0;
+    case WM_REVLANE_COMMAND_RESULT:
+        on_command_result(win32::take_owned<git::CommandResult>(message.wparam));
+        return 0;
+    case WM_REVLANE_SET_REVISION:
+        if (const auto name = win32::take_owned<std::string>(message.wparam))
+            set_revision(*name);
+        return 0;
+    case WM_REVLANE_RELOAD_REFERENCES:
+        reload();
+        return 0;
+    default:
+        return std::nullopt;
+    }
+}
+
+LRESULT HistoryWindow::on_init(HWND dialog)
+{
+    dialog_ = dialog;
+    add_modeless_dialog(dialog, frame_, handle_key);
+    const HistoryPlacement placement = read_history_placement(frame_);
+    splitter_ = placement.splitter;
+    SendMessageW(item(IDC_COMMIT_DETAILS), EDIT_SET_EXTENDED_STYLE, EDIT_ALLOW_ALL_LINE_ENDS,
+                 static_cast<LPARAM>(EDIT_ALLOW_ALL_LINE_ENDS));
+    files_.init(item(IDC_FILES_TREE));
+    branches_.attach(dialog, item(IDC_HISTORY_BRANCH));
+    const RECT& window = placement.window;
+    SetWindowPos(dialog, nullptr, window.left, window.top, window.right - window.left,
+                 window.bottom - window.top, SWP_NOZORDER | SWP_NOACTIVATE);
+    list_.init(dialog);
+    open_repository(path_);
+    ShowWindow(dialog, placement.is_maximized ? SW_SHOWMAXIMIZED : SW_SHOW);
+    // The list takes the focus itself.
+    return FALSE;
+}
+
+void HistoryWindow::open_repository(const std::filesystem::path& path)
+{
+    if (repository_ && path == path_) {
+        reload();
+        return;
+    }
+    path_ = path;
+    repository_.reset();
+    filter_ = {};
+    file_path_.clear();
+    reload();
+}
+
+void HistoryWindow::reload()
+{
+    const bool had_repository = repository_.has_value();
+    branches_.set_repository(nullptr);
+    current_.reset();
+    references_.clear();
+    git::Result<git::Repository> opened = git::open_repository(path_);
+    if (!opened) {
+        repository_.reset();
+        show_start(true);
+        return;
+    }
+    repository_ = std::move(*opened);
+    if (git::Result<ReferenceMap> references = read_reference_map(repository_->handle.get()))
+        references_ = std::move(*references);
+    fill_branches();
+    show_start(!had_repository);
+}
+
+void HistoryWindow::fill_branches()
+{
+    git_repository* repository = repository_->handle.get();
+    branches_.set_repository(&*repository_);
+    unborn_branch_.clear();
+    git_reference* found = nullptr;
+    git::Reference head;
+    if (git_repository_head(&found, repository) == 0) {
+        head.reset(found);
+    } else if (git_reference_lookup(&found, repository, "HEAD") == 0) {
+        // An unborn branch: HEAD names it, and nothing is there yet.
+        const git::Reference symbolic(found);
+        constexpr std::string_view branches = "refs/heads/";
+        std::string_view target = git_reference_symbolic_target(found);
+        if (target.starts_with(branches))
+            target.remove_prefix(branches.size());
+        unborn_branch_ = win32::to_wide(target);
+    }
+    // The branch that is shown may be another than the one that is checked out.
+    if (!revision_.empty() && revision_ != "HEAD" &&
+        git_branch_lookup(&found, repository, revision_.c_str(), GIT_BRANCH_LOCAL) != 0 &&
+        git_branch_lookup(&found, repository, revision_.c_str(), GIT_BRANCH_REMOTE) != 0)
+        revision_.clear();
+    if (revision_.empty() || revision_ == "HEAD")
+        current_ = std::move(head);
+    else
+        current_.reset(found);
+    if (git::Result<git::BranchList> references = git::list_branches(repository))
+        branches_.fill(std::move(*references), current_.get(),
+                       unborn_branch_.empty() ? std::nullopt : std::optional(unborn_branch_));
+}
+
+void HistoryWindow::set_revision(std::string name)
+{
+    revision_ = std::move(name);
+    file_path_.clear();
+    if (repository_)
+        fill_branches();
+    show_start(false);
+}
+
+// Shows the commits of the current reference. The list stays as it is when that has not moved, unless
+// it is to be filled `anew`.
+void HistoryWindow::show_start(bool anew)
+{
+    std::optional<git_oid> start;
+    if (current_ != nullptr) {
+        if (const git::Result<git_oid> target = git::reference_target(current_.get()))
+            start = *target;
+    }
+    const std::optional<git_oid>& shown = list_.start();
+    const bool has_moved =
+        start.has_value() != shown.has_value() || (start && !git_oid_equal(&*start, &*shown));
+    if (anew)
+        list_.set_repository(repository_);
+    else
+        list_.renew_repository(repository_);
+    if (anew || has_moved) {
+        list_.set_start(start);
+        if (!filter_.text.empty() && start)
+            apply_filter();
+        else if (!file_path_.empty() && start)
+            show_file_history(file_path_);
+        else
+            list_.refresh();
+    } else if (shown_commit_) {
+        // The references at the commit may have changed.
+        show_details(*shown_commit_);
+    }
+    lay_out();
+    update_state();
+}
+
+void HistoryWindow::apply_filter()
+{
+    list_.filter(revision_argument(), filter_);
+    lay_out();
+    update_state();
+}
+
+std::wstring HistoryWindow::revision_argument() const
+{
+    return current_ != nullptr ? win32::to_wide(git_reference_name(current_.get())) : L"HEAD";
+}
+
+void HistoryWindow::show_file_history(const std::wstring& path)
+{
+    if (!repository_ || current_ == nullptr)
+        return;
+    filter_ = {};
+    file_path_ = path;
+    list_.show_file_history(path);
+    lay_out();
+    update_state();
+}
+
+win32::Handled HistoryWindow::on_notify(const NMHDR& header)
+{
+    if (header.idFrom == IDC_COMMIT_LIST)
+        return list_.on_notify(header);
+    if (header.idFrom != IDC_FILES_TREE)
+        return std::nullopt;
+    switch (header.code) {
+    case TVN_ITEMEXPANDINGW:
+        files_.on_expanding(*reinterpret_cast<const NMTREEVIEWW*>(&header));
+        return 0;
+    case NM_RCLICK:
+        files_.select_at_cursor();
+        on_tree_menu();
+        return 1;
+    case NM_DBLCLK:
+        // On a folder it opens and closes, as everywhere.
+        if (!files_.selected_file())
+            return 0;
+        compare_tree_file();
+        return 1;
+    case NM_RETURN:
+        compare_tree_file();
+        return 1;
+    default:
+        return std::nullopt;
+    }
+}
+
+win32::Handled HistoryWindow::on_command(UINT id, UINT code)
+{
+    switch (id) {
+    case IDC_FILTER:
+        on_filter();
+        return 0;
+    case IDC_CLEAR_FILTER:
+        on_clear_filter();
+        return 0;
+    case IDC_COMPARE_WITH_PARENT:
+        if (const std::optional<git_oid> commit = list_.selected_commit())
+            open_commit(*commit);
+        return 0;
+    case IDC_HISTORY_BRANCH:
+        branches_.on_command(code);
+        return 0;
+    case ID_COMPARE_TREE_FILE:
+        compare_tree_file();
+        return 0;
+    case ID_TREE_FILE_HISTORY:
+        if (const std::optional<std::wstring> path = files_.selected_file())
+            show_file_history(*path);
+        return 0;
+    case IDCANCEL:
+        DestroyWindow(dialog_);
+        return 0;
+    default:
+        return std::nullopt;
+    }
+}
+
+void HistoryWindow::on_filter()
+{
+    if (current_ == nullptr)
+        return;
+    const HWND dialog = dialog_;
+    Filter::State wanted = filter_;
+    // The window may have gone while its dialog stood, and the reference too.
+    if (!ask_filter(dialog, wanted) || !IsWindow(dialog) || current_ == nullptr)
+        return;
+    filter_ = std::move(wanted);
+    file_path_.clear();
+    apply_filter();
+}
+
+void HistoryWindow::on_clear_filter()
+{
+    filter_ = {};
+    file_path_.clear();
+    lay_out();
+    list_.clear_filter();
+    list_.refresh();
+    update_state();
+}
+
+void HistoryWindow::on_tree_menu()
+{
+    const win32::MenuHandle menu(
+        LoadMenuW(host::resource_module(), MAKEINTRESOURCEW(IDM_FILES_TREE)));
+    const HMENU items = GetSubMenu(menu.get(), 0);
+    SetMenuDefaultItem(items, ID_COMPARE_TREE_FILE, FALSE);
+    if (!files_.has_selection())
+        EnableMenuItem(items, ID_COMPARE_TREE_FILE, MF_GRAYED);
+    if (!files_.selected_file())
+        EnableMenuItem(items, ID_TREE_FILE_HISTORY, MF_GRAYED);
+    POINT place{};
+    GetCursorPos(&place);
+    TrackPopupMenuEx(items, TPM_RIGHTBUTTON, place.x, place.y, dialog_, nullptr);
+}
+
+void HistoryWindow::on_selection(const Selection& selection)
+{
+    EnableWindow(item(IDC_COMPARE_WITH_PARENT), selection.has_value);
+    // The same commit again, after the list was filled anew: what is open in the tree stays open.
+    if (selection.has_value && shown_commit_ && git_oid_equal(&selection.id, &*shown_commit_))
+        return;
+    shown_commit_.reset();
+    SetWindowTextW(item(IDC_COMMIT_DETAILS), L"");
+    files_.clear();
+    if (selection.has_value)
+        show_details(selection.id);
+}
+
+void HistoryWindow::show_details(const git_oid& id)
+{
+    if (!repository_)
+        return;
+    const git::Result<git::Commit> commit = git::lookup_commit(repository_->handle.get(), id);
+    if (!commit) {
+        show_error(commit.error());
+        return;
+    }
+    SetWindowTextW(
+        item(IDC_COMMIT_DETAILS),
+        commit_details_text(commit->get(), references_, host::load_text(IDS_REFERENCES_HEADING))
+            .c_str());
+    if (!shown_commit_ || !git_oid_equal(&*shown_commit_, &id))
+        files_.show(repository_->handle, commit->get());
+    shown_commit_ = id;
+}
+
+void HistoryWindow::show_changes(const git::Result<std::vector<git::FileChange>>& changes,
+                                 const std::wstring& title)
+{
+    if (changes)
+        open_file_picker({frame_, *repository_, title, *changes});
+    else
+        show_error(changes.error());
+}
+
+void HistoryWindow::open_commit(const git_oid& id)
+{
+    if (!repository_)
+        return;
+    git_repository* repository = repository_->handle.get();
+    const git::Result<git::Commit> commit = git::lookup_commit(repository, id);
+    if (!commit) {
+        show_error(commit.error());
+        return;
+    }
+    show_changes(changes_of_commit(repository, id),
+                 text_with(IDS_COMMIT_CHANGES_TITLE, short_text(id),
+                           git::commit_row(commit->get()).summary));
+}
+
+void HistoryWindow::compare_commits(const RevisionPair& commits)
+{
+    if (!repository_)
+        return;
+    // The list has the newer commit first; a comparison shows the older one at the left.
+    show_changes(changes_between(repository_->handle.get(), commits.second, commits.first),
+                 text_with(IDS_COMPARE_COMMITS_TITLE, short_text(commits.second),
+                           short_text(commits.first)));
+}
+
+void HistoryWindow::compare_tree_file()
+{
+    if (!repository_ || !shown_commit_)
+        return;
+    const std::optional<std::wstring> path = files_.selected_file();
+    if (!path) {
+        show_error(git::Error::own("selection count is invalid"));
+        return;
+    }
+    const git::Result<git::FileChange> change =
+        change_of_file(repository_->handle.get(), *shown_commit_, *path);
+    if (!change) {
+        show_error(change.error());
+        return;
+    }
+    // Copies: the editor pumps messages as it opens documents, and may close this window.
+    const HWND frame = frame_;
+    const git::LibraryScope library;
+    const git::Repository repository = *repository_;
+    if (const auto compared = compare_versions(frame, repository, *change, false); !compared)
+        win32::show_error(frame, git::to_wide(compared.error()));
+}
+
+void HistoryWindow::on_command_result(std::unique_ptr<git::CommandResult> result)
+{
+    if (result == nullptr)
+        return;
+    PostMessageW(dialog_, WM_REVLANE_REFRESH_ALL, 0, 0);
+    host::send_request(frame_, WM_REVLANE_COMMAND_RESULT, std::move(result));
+}
+
+void HistoryWindow::show_error(const git::Error& error) const
+{
+    win32::show_error(dialog_, git::to_wide(error));
+}
+
+win32::Handled HistoryWindow::on_mouse(const win32::Message& message)
+{
+    if (message.id == WM_SETCURSOR)
+        return on_set_cursor();
+    const POINT point{GET_X_LPARAM(message.lparam), GET_Y_LPARAM(message.lparam)};
+    const bool is_dragging = GetCapture() == dialog_;
+    if (message.id == WM_LBUTTONDOWN && is_on_splitter(point)) {
+        SetCapture(dialog_);
+        return 0;
+    }
+    if (message.id == WM_MOUSEMOVE && is_dragging) {
+        splitter_ = splitter_position(layout_, static_cast<int>(point.y));
+        lay_out();
+        return 0;
+    }
+    if (message.id == WM_LBUTTONUP && is_dragging) {
+        ReleaseCapture();
+        return 0;
+    }
+    return std::nullopt;
+}
+
+win32::Handled HistoryWindow::on_set_cursor() const
+{
+    POINT point{};
+    GetCursorPos(&point);
+    ScreenToClient(dialog_, &point);
+    const wchar_t* cursor = nullptr;
+    if (is_on_splitter(point))
+        cursor = IDC_SIZENS;
+    else if (branches_.is_switching())
+        cursor = IDC_APPSTARTING;
+    if (cursor == nullptr)
+        return std::nullopt;
+    SetCursor(LoadCursorW(nullptr, cursor));
+    return TRUE;
+}
+
+bool HistoryWindow::is_on_splitter(POINT client) const
+{
+    if (!IsWindowVisible(list_.window()))
+        return false;
+    const int reach = scale(SPLITTER_REACH, get_dpi(dialog_));
+    RECT area = layout_.splitter;
+    InflateRect(&area, 0, reach);
+    return PtInRect(&area, client) != FALSE;
+}
+
+void HistoryWindow::on_minimum_size(MINMAXINFO& info) const
+{
+    const int dpi = get_dpi(dialog_);
+    info.ptMinTrackSize = {scale(LEAST_SIZE.cx, dpi), scale(LEAST_SIZE.cy, dpi)};
+}
+
+int HistoryWindow::text_width(int control) const
+{
+    const win32::WindowDc dc(dialog_);
+    const auto font = reinterpret_cast<HFONT>(SendMessageW(dialog_, WM_GETFONT, 0, 0));
+    const win32::SelectedObject selected(dc.get(), font);
+    const std::wstring text = win32::window_text(item(control));
+    SIZE size{};
+    GetTextExtentPoint32W(dc.get(), text.data(), static_cast<int>(text.size()), &size);
+    return size.cx;
+}
+
+void HistoryWindow::lay_out()
+{
+    RECT client{};
+    GetClientRect(dialog_, &client);
+    const int dpi = get_dpi(dialog_);
+    TEXTMETRICW metrics{};
+    {
+        const win32::WindowDc dc(dialog_);
+        const win32::SelectedObject selected(
+            dc.get(), reinterpret_cast<HFONT>(SendMessageW(dialog_, WM_GETFONT, 0, 0)));
+        GetTextMetricsW(dc.get(), &metrics);
+    }
+    const bool has_filter = !filter_.text.empty() || !file_path_.empty();
+    layout_ = lay_out_history({.client = {client.right, client.bottom},
+                               .dpi = dpi,
+                               .line_height = metrics.tmHeight,
+                               .button_padding = scale(BUTTON_PADDING, dpi),
+                               .filter_text = text_width(IDC_FILTER),
+                               .clear_text = text_width(IDC_CLEAR_FILTER),
+                               .compare_text = text_width(IDC_COMPARE_WITH_PARENT),
+                               .has_filter = has_filter,
+                               .splitter = splitter_});
+    const bool is_empty = current_ == nullptr;
+    struct Part {
+        int id;
+        const RECT& area;
+        bool is_shown;
+    };
+    const std::array parts{Part{IDC_HISTORY_TITLE, layout_.title, true},
+                           Part{IDC_HISTORY_BRANCH, layout_.branch, repository_.has_value()},
+                           Part{IDC_FILTER, layout_.filter, !is_empty},
+                           Part{IDC_CLEAR_FILTER, layout_.clear_filter, !is_empty && has_filter},
+                           Part{IDC_HISTORY_STATE, layout_.state, !is_empty},
+                           Part{IDC_COMMIT_LIST, layout_.list, !is_empty},
+                           Part{IDC_COMMIT_DETAILS, layout_.details, !is_empty},
+                           Part{IDC_FILES_TREE, layout_.files, !is_empty},
+                           Part{IDC_COMPARE_WITH_PARENT, layout_.compare, !is_empty},
+                           Part{IDC_HISTORY_EMPTY, layout_.empty, is_empty}};
+    HDWP moves = BeginDeferWindowPos(static_cast<int>(parts.size()));
+    for (const Part& part : parts) {
+        const RECT& area = part.area;
+        moves = DeferWindowPos(moves, item(part.id), nullptr, area.left, area.top,
+                               area.right - area.left, area.bottom - area.top,
+                               SWP_NOZORDER | SWP_NOACTIVATE |
+                                   (part.is_shown ? SWP_SHOWWINDOW : SWP_HIDEWINDOW));
+    }
+    EndDeferWindowPos(moves);
+}
+
+void HistoryWindow::update_state()
+{
+    const auto set_text = [this](int id, const std::wstring& text) {
+        // A text that is set again would flicker.
+        if (win32::window_text(item(id)) != text)
+            SetWindowTextW(item(id), text.c_str());
+    };
+    const std::wstring name = path_.filename().native();
+    const std::wstring branch = current_ != nullptr
+                                    ? win32::to_wide(git::reference_display_name(current_.get()))
+                                    : unborn_branch_;
+    SetWindowTextW(dialog_, text_with(IDS_HISTORY_TITLE, name).c_str());
+    set_text(IDC_HISTORY_TITLE, branch.empty()
+                                    ? path_.native()
+                                    : text_with(IDS_HISTORY_HEADING, path_.native(), branch));
+    set_text(IDC_HISTORY_STATE, state_text());
+    set_text(IDC_HISTORY_EMPTY, empty_text());
+    if (list_.is_filtering() || list_.is_counting())
+        SetTimer(dialog_, STATE_TIMER, STATE_INTERVAL, nullptr);
+    else
+        KillTimer(dialog_, STATE_TIMER);
+}
+
+std::wstring HistoryWindow::empty_text() const
+{
+    if (!repository_)
+        return text_with(IDS_REPOSITORY_GONE, path_.native());
+    return text_with(IDS_HISTORY_UNBORN, unborn_branch_);
+}
+
+std::wstring HistoryWindow::state_text() const
+{
+    if (list_.is_filtering())
+        return host::load_text(IDS_HISTORY_SEARCHING);
+    const int count = list_.item_count();
+    const std::wstring commits =
+        count == 1 ? host::load_text(IDS_HISTORY_COUNT_ONE) : text_with(IDS_HISTORY_COUNT, count);
+    if (list_.has_filter())
+        return count == 0 ? text_with(IDS_HISTORY_NOTHING_FOUND, filter_text())
+                          : text_with(IDS_HISTORY_FOUND, commits, filter_text());
+    return list_.is_counting() ? text_with(IDS_HISTORY_COUNTING, count) : commits;
+}
+
+std::wstring HistoryWindow::filter_text() const
+{
+    if (!file_path_.empty())
+        return text_with(IDS_FILTER_BY_FILE, file_path_);
+    constexpr std::array texts{IDS_FILTER_BY_MESSAGE, IDS_FILTER_BY_AUTHOR, IDS_FILTER_BY_ID,
+                               IDS_FILTER_BY_TAG};
+    return text_with(static_cast<UINT>(texts[static_cast<std::size_t>(filter_.kind)]),
+                     filter_.text);
+}
+
+}  // namespace
+
+HWND open_history_window(const HistoryRequest& request)
+{
+    return CreateDialogParamW(host::resource_module(), MAKEINTRESOURCEW(IDD_HISTORY), request.frame,
+                              win32::owning_dialog_proc<HistoryWindow, HistoryRequest>,
+                              reinterpret_cast<LPARAM>(&request));
+}
+
+}  // namespace revlane

@@ -1,0 +1,69 @@
+// The model behind the commit list: what stands in row i. Rows are built only as far as somebody
+// asks for them. Window thread; the repository must outlive the sources.
+#pragma once
+
+#include "git/handles.h"
+#include "git/objects.h"
+
+#include <git2.h>
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+namespace revlane {
+
+// Two sources of rows: a walk from a start commit, and the ids that a filter found. When a filter is
+// in force it is shown; without one the walk; without either there are no rows.
+class RevListWithFilter {
+public:
+    // Replaces the unfiltered source: no row of `walk` is built yet. `repository` keeps the walk's
+    // repository alive.
+    void set_walk(std::shared_ptr<git_repository> repository, git::Revwalk walk,
+                  const git_oid& start);
+    // Drops the unfiltered source.
+    void clear_walk();
+    // Puts a filter in force: the commits `ids` of `repository`, in that order.
+    void set_filter(std::shared_ptr<git_repository> repository, std::vector<git_oid> ids);
+    void clear_filter();
+
+    [[nodiscard]] bool has_walk() const noexcept { return walk_ != nullptr; }
+    [[nodiscard]] bool has_filter() const noexcept { return has_filter_; }
+    // The commit that the walk began with.
+    [[nodiscard]] const git_oid& start() const noexcept { return start_; }
+
+    // How many rows the active source can show: the ids of the filter, or the rows of the walk that
+    // are built so far.
+    [[nodiscard]] std::size_t size() const noexcept;
+
+    // Row `index`, built now if need be; null beyond the end or when it cannot be read. Valid until
+    // the source changes.
+    const git::CommitRow* row(std::size_t index);
+
+    // The index of a commit among the rows of the active source, looking at no more than `limit`
+    // rows; the limit when it is not there.
+    std::size_t find(const git_oid& id, std::size_t limit);
+
+    // Builds rows of the walk ahead of need for at most `budget`, up to `limit` rows. Returns whether
+    // any are left to build.
+    bool build_ahead(std::size_t limit, std::chrono::steady_clock::duration budget);
+
+private:
+    bool build_next_walked();
+    bool build_next_filtered();
+
+    // Declared before what is read from it.
+    std::shared_ptr<git_repository> walk_repository_;
+    git::Revwalk walk_;
+    git_oid start_{};
+    bool walk_ended_ = false;
+    std::vector<git::CommitRow> walk_rows_;
+
+    std::shared_ptr<git_repository> filter_repository_;
+    std::vector<git_oid> filter_ids_;
+    std::vector<git::CommitRow> filter_rows_;
+    bool has_filter_ = false;
+};
+
+}  // namespace revlane

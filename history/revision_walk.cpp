@@ -1,0 +1,31 @@
+#include "history/revision_walk.h"
+
+namespace revlane {
+
+git::Result<git::Revwalk> start_walk(git_repository* repository, const git_oid& start)
+{
+    git_revwalk* walk = nullptr;
+    if (git_revwalk_new(&walk, repository) != 0)
+        return tl::unexpected(git::error_from_libgit2());
+    git::Revwalk owned(walk);
+    if (git_revwalk_push(walk, &start) != 0)
+        return tl::unexpected(git::error_from_libgit2());
+    return owned;
+}
+
+git::Result<std::uint32_t> count_walk(git_repository* repository, const git_oid& start,
+                                      std::uint32_t limit,
+                                      const std::function<bool()>& is_cancelled)
+{
+    const git::Result<git::Revwalk> walk = start_walk(repository, start);
+    if (!walk)
+        return tl::unexpected(walk.error());
+    std::uint32_t count = 0;
+    git_oid id{};
+    while (count < limit && !(is_cancelled && is_cancelled()) &&
+           git_revwalk_next(&id, walk->get()) == 0)
+        ++count;
+    return count;
+}
+
+}  // namespace revlane

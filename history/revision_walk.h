@@ -1,0 +1,23 @@
+// Walks over the commits that one commit reaches, in libgit2's default order.
+#pragma once
+
+#include "git/error.h"
+#include "git/handles.h"
+
+#include <git2.h>
+
+#include <cstdint>
+#include <functional>
+
+namespace revlane {
+
+// A walk that begins with `start`. On the thread of the repository, which must outlive it.
+git::Result<git::Revwalk> start_walk(git_repository* repository, const git_oid& start);
+
+// How many commits `start` reaches, itself included, but at most `limit`. `is_cancelled` (may be
+// empty) is asked at each step; once it says true, the number so far is returned.
+git::Result<std::uint32_t> count_walk(git_repository* repository, const git_oid& start,
+                                      std::uint32_t limit,
+                                      const std::function<bool()>& is_cancelled = {});
+
+}  // namespace revlane

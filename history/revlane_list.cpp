@@ -1,0 +1,755 @@
+#include "history/revlane_list.h"
+
+#include "changes/get_dpi.h"
+#include "changes/messages.h"
+#include "changes/new_branch_dialog.h"
+#include "git/commands.h"
+#include "git/references.h"
+#include "history/file_walk.h"
+#include "history/revision_walk.h"
+#include "plugin/host/editor.h"
+#include "plugin/host/localized.h"
+#include "resources/ids.h"
+#include "win32/clipboard.h"
+#include "win32/error_box.h"
+#include "win32/handle.h"
+#include "win32/text.h"
+
+#include <fmt/format.h>
+#include <fmt/xchar.h>
+#include <gsl/narrow>
+#include <windowsx.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <filesystem>
+#include <limits>
+#include <string_view>
+#include <utility>
+
+namespace revlane {
+
+namespace {
+
+// The list shows at once with at most so many rows; the true number follows from the background.
+constexpr std::uint32_t QUICK_COUNT = 200;
+
+// The columns in the order of the control.
+enum Column : int { COLUMN_SUMMARY, COLUMN_AUTHOR, COLUMN_DATE, COLUMN_ID };
+constexpr std::array<UINT, 4> COLUMN_TITLES{IDS_COLUMN_SUMMARY, IDS_COLUMN_AUTHOR, IDS_COLUMN_DATE,
+                                            IDS_COLUMN_ID};
+
+// Widths at 96 DPI.
+constexpr int MINIMUM_SUMMARY_WIDTH = 250;
+constexpr int AUTHOR_WIDTH = 110;
+constexpr int COLUMN_PADDING = 15;
+
+// Rows are built ahead in slices, so that the window answers in between.
+constexpr UINT_PTR BUILD_AHEAD_TIMER = 1;
+constexpr std::chrono::milliseconds BUILD_AHEAD_SLICE{10};
+
+const std::wstring& column_text(const git::CommitRow& row, int column)
+{
+    switch (column) {
+    case COLUMN_SUMMARY:
+        return row.summary;
+    case COLUMN_AUTHOR:
+        return row.author;
+    case COLUMN_DATE:
+        return row.date;
+    default:
+        return row.id_text;
+    }
+}
+
+int text_width(HWND list, const wchar_t* text)
+{
+    return static_cast<int>(
+        SendMessageW(list, LVM_GETSTRINGWIDTHW, 0, reinterpret_cast<LPARAM>(text)));
+}
+
+// Turns the list's drawing off for as long as it lives and draws the list anew at its end.
+class RedrawPause {
+public:
+    explicit RedrawPause(HWND list) : list_(list) { SendMessageW(list_, WM_SETREDRAW, FALSE, 0); }
+    ~RedrawPause()
+    {
+        SendMessageW(list_, WM_SETREDRAW, TRUE, 0);
+        RedrawWindow(list_, nullptr, nullptr,
+                     RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN | RDW_FRAME);
+    }
+    RedrawPause(const RedrawPause&) = delete;
+    RedrawPause& operator=(const RedrawPause&) = delete;
+
+private:
+    HWND list_;
+};
+
+// The commits that changed a file, each once. On a background thread.
+FilterResult read_file_history(const std::filesystem::path& workdir, git::Git& git,
+                               const git_oid& start, const std::wstring& path,
+                               const Cancellation& cancel)
+{
+    const git::LibraryScope library;
+    if (!git::is_git_available()) {
+        const git::Result<git::Repository> repository = git::open_repository(workdir);
+        if (!repository)
+            return tl::unexpected(repository.error());
+        return walk_file_history(repository->handle.get(), start, path,
+                                 [&cancel] { return cancel.is_cancelled(); });
+    }
+    FilterResult found = git::file_history({workdir, git}, start, path);
+    // Git names a merge once for each parent that the file differs from.
+    if (found)
+        found->erase(std::unique(found->begin(), found->end(),
+                                 [](const git_oid& left, const git_oid& right) {
+                                     return git_oid_equal(&left, &right) != 0;
+                                 }),
+                     found->end());
+    return found;
+}
+
+// What a command task needs, copied for it.
+struct CommandTask {
+    HWND host;
+    std::filesystem::path workdir;
+    std::shared_ptr<git::Git> git;
+
+    [[nodiscard]] git::CommandContext context() const { return {workdir, *git}; }
+
+    // Posts the result to the host; whether the command succeeded.
+    bool report(git::CommandResult result) const
+    {
+        const bool ok = result.ok;
+        win32::post_owned(host, WM_REVLANE_COMMAND_RESULT,
+                          std::make_unique<git::CommandResult>(std::move(result)));
+        return ok;
+    }
+    // Tells the host that HEAD is at `revision` now.
+    void arrived_at(std::string revision) const
+    {
+        PostMessageW(host, WM_REVLANE_REFRESH_ALL, 0, 0);
+        win32::post_owned(host, WM_REVLANE_SET_REVISION,
+                          std::make_unique<std::string>(std::move(revision)));
+    }
+};
+
+}  // namespace
+
+RevlaneList::RevlaneList(HWND frame, std::shared_ptr<git::Git> commands,
+                         std::shared_ptr<git::Git> filters, Pools pools)
+    : frame_(frame), commands_(std::move(commands)), filters_(std::move(filters)),
+      model_(std::make_shared<RevListWithFilter>()), count_slot_(pools.count),
+      filter_slot_(pools.filter), command_slot_(pools.command)
+{
+}
+
+RevlaneList::~RevlaneList()
+{
+    cancel_count();
+    cancel_filter();
+}
+
+void RevlaneList::init(HWND host)
+{
+    host_ = host;
+    list_ = GetDlgItem(host, IDC_COMMIT_LIST);
+    subclass_ = std::make_unique<win32::Subclass>(
+        list_, [this](const win32::Message& message) { return handle(message); });
+    ListView_SetExtendedListViewStyle(list_, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER);
+    for (std::size_t i = 0; i < COLUMN_TITLES.size(); ++i) {
+        std::wstring title = host::load_text(COLUMN_TITLES[i]);
+        LVCOLUMNW column{};
+        column.mask = LVCF_TEXT;
+        column.pszText = title.data();
+        SendMessageW(list_, LVM_INSERTCOLUMNW, i, reinterpret_cast<LPARAM>(&column));
+    }
+    fit_columns();
+    refresh();
+    PostMessageW(list_, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(list_), TRUE);
+}
+
+void RevlaneList::set_repository(std::optional<git::Repository> repository)
+{
+    cancel_count();
+    clear_filter();
+    model_->clear_walk();
+    repository_ = std::move(repository);
+}
+
+void RevlaneList::renew_repository(std::optional<git::Repository> repository)
+{
+    repository_ = std::move(repository);
+}
+
+void RevlaneList::set_start(std::optional<git_oid> start)
+{
+    start_ = start;
+}
+
+void RevlaneList::refresh()
+{
+    cancel_count();
+    const git::Result<void> filled = [this] {
+        const RedrawPause pause(list_);
+        SendMessageW(list_, LVM_DELETEALLITEMS, 0, 0);
+        return fill();
+    }();
+    // Last, since anything may be gone once the box is closed.
+    if (!filled)
+        win32::show_error(list_, git::to_wide(filled.error()));
+}
+
+git::Result<void> RevlaneList::fill()
+{
+    if (!repository_)
+        return {};
+    git_repository* repository = repository_->handle.get();
+    model_->clear_walk();
+    if (start_) {
+        git::Result<git::Revwalk> walk = start_walk(repository, *start_);
+        if (!walk)
+            return tl::unexpected(std::move(walk.error()));
+        model_->set_walk(repository_->handle, std::move(*walk), *start_);
+    }
+    std::size_t count = model_->size();
+    const bool is_counted = !model_->has_filter() && model_->has_walk();
+    if (is_counted) {
+        git::Result<std::uint32_t> quick = count_walk(repository, *start_, QUICK_COUNT);
+        if (!quick)
+            return tl::unexpected(std::move(quick.error()));
+        count = *quick;
+    }
+    SendMessageW(list_, LVM_SETITEMCOUNT, count, 0);
+    if (count > 0)
+        select_rows({0});
+    else
+        post_selection();
+    if (is_counted)
+        count_revisions();
+    return {};
+}
+
+void RevlaneList::count_revisions()
+{
+    cancel_count();
+    if (!repository_ || !start_)
+        return;
+    git::Result<git::Repository> opened = git::open_repository(repository_->path);
+    if (!opened) {
+        win32::show_error(list_, git::to_wide(opened.error()));
+        return;
+    }
+    count_cancel_ = std::make_shared<Cancellation>();
+    count_slot_.submit([list = list_, repository = std::move(*opened), start = *start_,
+                        cancel = count_cancel_] {
+        const git::LibraryScope library;
+        CountResult result =
+            count_walk(repository.handle.get(), start, std::numeric_limits<std::uint32_t>::max(),
+                       [&cancel] { return cancel->is_cancelled(); });
+        cancel->post(list, WM_REVLANE_COUNT, std::make_unique<CountResult>(std::move(result)));
+    });
+}
+
+void RevlaneList::cancel_count()
+{
+    count_slot_.cancel();
+    if (count_cancel_ == nullptr)
+        return;
+    count_cancel_->cancel();
+    count_cancel_.reset();
+    // An answer that came in meanwhile is about another list.
+    win32::drain_owned<CountResult>(list_, WM_REVLANE_COUNT);
+}
+
+void RevlaneList::on_count(WPARAM wparam)
+{
+    const auto result = win32::take_owned<CountResult>(wparam);
+    count_cancel_.reset();
+    if (result == nullptr)
+        return;
+    if (!*result) {
+        win32::show_error(list_, git::to_wide(result->error()));
+        return;
+    }
+    {
+        const std::vector<std::size_t> selected = selected_rows();
+        const int top = ListView_GetTopIndex(list_);
+        const RedrawPause pause(list_);
+        SendMessageW(list_, LVM_DELETEALLITEMS, 0, 0);
+        SendMessageW(list_, LVM_SETITEMCOUNT, **result, 0);
+        select_rows(selected);
+        scroll_to(top);
+    }
+    PostMessageW(host_, WM_SIZE, 0, 0);
+    SetTimer(list_, BUILD_AHEAD_TIMER, USER_TIMER_MINIMUM, nullptr);
+}
+
+void RevlaneList::on_build_ahead()
+{
+    if (!model_->build_ahead(static_cast<std::size_t>(item_count()), BUILD_AHEAD_SLICE))
+        KillTimer(list_, BUILD_AHEAD_TIMER);
+}
+
+void RevlaneList::filter(const std::wstring& revision, const Filter::State& state)
+{
+    if (state.text.empty()) {
+        clear_filter();
+        refresh();
+        return;
+    }
+    cancel_filter();
+    if (!repository_)
+        return;
+    switch (state.kind) {
+    case Filter::Kind::CommitId:
+        filter_by_id(state.text);
+        break;
+    case Filter::Kind::Tag:
+        post_filtered(
+            git::tag_targets_matching(repository_->handle.get(), win32::to_utf8(state.text)));
+        break;
+    case Filter::Kind::Message:
+    case Filter::Kind::Author:
+        filter_by_log(revision, state);
+        break;
+    }
+}
+
+void RevlaneList::filter_by_id(const std::wstring& text)
+{
+    const std::string digits = win32::to_utf8(text);
+    git_oid prefix{};
+    if (git_oid_fromstrp(&prefix, digits.c_str()) != 0) {
+        post_filtered(std::vector<git_oid>{});
+        return;
+    }
+    git_commit* found = nullptr;
+    const int code =
+        git_commit_lookup_prefix(&found, repository_->handle.get(), &prefix, digits.size());
+    const git::Commit commit(found);
+    if (code == 0)
+        post_filtered(std::vector<git_oid>{*git_commit_id(found)});
+    else if (code == GIT_ENOTFOUND || code == GIT_EAMBIGUOUS)
+        post_filtered(std::vector<git_oid>{});
+    else
+        win32::show_error(list_, git::to_wide(git::error_from_libgit2()));
+}
+
+void RevlaneList::filter_by_log(const std::wstring& revision, const Filter::State& state)
+{
+    filter_cancel_ = std::make_shared<Cancellation>();
+    filter_slot_.submit([list = list_, git = filters_, path = repository_->path, state, revision,
+                         cancel = filter_cancel_] {
+        const git::CommandContext context{path, *git};
+        FilterResult result = state.kind == Filter::Kind::Message
+                                  ? git::commits_by_message(context, state.text, revision)
+                                  : git::commits_by_author(context, state.text, revision);
+        cancel->post(list, WM_REVLANE_FILTERED, std::make_unique<FilterResult>(std::move(result)));
+    });
+    PostMessageW(list_, WM_SETCURSOR, 0, 0);
+}
+
+void RevlaneList::show_file_history(const std::wstring& path)
+{
+    cancel_filter();
+    if (!repository_ || !start_)
+        return;
+    filter_cancel_ = std::make_shared<Cancellation>();
+    filter_slot_.submit([list = list_, git = filters_, workdir = repository_->path, start = *start_,
+                         path, cancel = filter_cancel_] {
+        FilterResult result = read_file_history(workdir, *git, start, path, *cancel);
+        cancel->post(list, WM_REVLANE_FILTERED, std::make_unique<FilterResult>(std::move(result)));
+    });
+    PostMessageW(list_, WM_SETCURSOR, 0, 0);
+}
+
+void RevlaneList::post_filtered(FilterResult result)
+{
+    win32::post_owned(list_, WM_REVLANE_FILTERED,
+                      std::make_unique<FilterResult>(std::move(result)));
+}
+
+void RevlaneList::cancel_filter()
+{
+    filter_slot_.cancel();
+    if (filter_cancel_ == nullptr)
+        return;
+    filter_cancel_->cancel();
+    filter_cancel_.reset();
+    // A search through a long history may still run: the next one would wait behind it.
+    filters_->cancel();
+}
+
+void RevlaneList::clear_filter()
+{
+    cancel_filter();
+    // What has been posted meanwhile would put the filter in force again.
+    win32::drain_owned<FilterResult>(list_, WM_REVLANE_FILTERED);
+    model_->clear_filter();
+}
+
+void RevlaneList::on_filtered(WPARAM wparam)
+{
+    const auto result = win32::take_owned<FilterResult>(wparam);
+    PostMessageW(list_, WM_SETCURSOR, 0, 0);
+    if (result == nullptr || !repository_)
+        return;
+    if (!*result) {
+        // The host says that the search has ended.
+        PostMessageW(host_, WM_SIZE, 0, 0);
+        win32::show_error(list_, git::to_wide(result->error()));
+        return;
+    }
+    model_->set_filter(repository_->handle, std::move(**result));
+    refresh();
+    PostMessageW(host_, WM_SIZE, 0, 0);
+}
+
+bool RevlaneList::select_commit(const git_oid& id)
+{
+    ListView_SetItemState(list_, -1, 0, LVIS_SELECTED);
+    const auto count = static_cast<std::size_t>(item_count());
+    const std::size_t index = model_->find(id, count);
+    if (index >= count)
+        return false;
+    select_rows({index});
+    ListView_EnsureVisible(list_, static_cast<int>(index), FALSE);
+    return true;
+}
+
+int RevlaneList::item_count() const noexcept
+{
+    return ListView_GetItemCount(list_);
+}
+
+bool RevlaneList::is_busy() const noexcept
+{
+    return filter_slot_.busy() || command_slot_.busy();
+}
+
+std::vector<std::size_t> RevlaneList::selected_rows() const
+{
+    std::vector<std::size_t> rows;
+    for (int i = ListView_GetNextItem(list_, -1, LVNI_SELECTED); i >= 0;
+         i = ListView_GetNextItem(list_, i, LVNI_SELECTED))
+        rows.push_back(static_cast<std::size_t>(i));
+    return rows;
+}
+
+std::vector<const git::CommitRow*> RevlaneList::built_selection() const
+{
+    const std::vector<std::size_t> selected = selected_rows();
+    // Building a row may move the rows before it, so the last is asked for first.
+    if (!selected.empty())
+        (void)model_->row(selected.back());
+    std::vector<const git::CommitRow*> rows;
+    for (const std::size_t index : selected) {
+        if (const git::CommitRow* row = model_->row(index))
+            rows.push_back(row);
+    }
+    return rows;
+}
+
+std::optional<git_oid> RevlaneList::selected_commit() const
+{
+    if (ListView_GetSelectedCount(list_) != 1)
+        return std::nullopt;
+    const std::vector<const git::CommitRow*> rows = built_selection();
+    return rows.empty() ? std::nullopt : std::optional(rows.front()->id);
+}
+
+void RevlaneList::select_rows(const std::vector<std::size_t>& rows)
+{
+    LVITEMW item{};
+    item.state = std::numeric_limits<UINT>::max();
+    item.stateMask = LVIS_FOCUSED | LVIS_SELECTED;
+    for (const std::size_t row : rows)
+        SendMessageW(list_, LVM_SETITEMSTATE, row, reinterpret_cast<LPARAM>(&item));
+}
+
+void RevlaneList::scroll_to(int top)
+{
+    const int last_in_page = top + ListView_GetCountPerPage(list_) - 1;
+    const int count = item_count();
+    if (top <= 0 || count == 0)
+        return;
+    ListView_EnsureVisible(list_, std::min(last_in_page, count - 1), FALSE);
+    ListView_EnsureVisible(list_, std::min(top, count - 1), FALSE);
+}
+
+LRESULT RevlaneList::on_notify(const NMHDR& header)
+{
+    switch (header.code) {
+    case LVN_GETDISPINFOW:
+        // The list view hands out its records by their header and expects them filled in place.
+        on_display_info(*reinterpret_cast<NMLVDISPINFOW*>(const_cast<NMHDR*>(&header)));
+        break;
+    case LVN_ODCACHEHINT:
+        (void)model_->row(
+            gsl::narrow<std::size_t>(reinterpret_cast<const NMLVCACHEHINT*>(&header)->iTo));
+        break;
+    case LVN_ITEMACTIVATE:
+        open_commit();
+        break;
+    case LVN_ITEMCHANGED:
+        if ((reinterpret_cast<const NMLISTVIEW*>(&header)->uNewState & LVIS_SELECTED) != 0)
+            post_selection();
+        break;
+    case LVN_ODSTATECHANGED:
+        // A range of rows changes without LVN_ITEMCHANGED.
+        post_selection();
+        break;
+    case LVN_KEYDOWN:
+        on_key_down(reinterpret_cast<const NMLVKEYDOWN*>(&header)->wVKey);
+        break;
+    case NM_RCLICK:
+        on_context_menu(std::nullopt);
+        break;
+    default:
+        break;
+    }
+    return 0;
+}
+
+void RevlaneList::on_display_info(NMLVDISPINFOW& info)
+{
+    if ((info.item.mask & LVIF_TEXT) == 0 || info.item.iItem < 0 ||
+        info.item.iSubItem < COLUMN_SUMMARY || info.item.iSubItem > COLUMN_ID)
+        return;
+    if (const git::CommitRow* row = model_->row(static_cast<std::size_t>(info.item.iItem)))
+        info.item.pszText = const_cast<wchar_t*>(column_text(*row, info.item.iSubItem).c_str());
+}
+
+void RevlaneList::on_key_down(WORD key)
+{
+    if (GetKeyState(VK_CONTROL) >= 0)
+        return;
+    if (key == 'C')
+        copy_rows();
+    else if (key == 'F')
+        PostMessageW(host_, WM_COMMAND, IDC_FILTER, 0);
+}
+
+win32::Handled RevlaneList::handle(const win32::Message& message)
+{
+    switch (message.id) {
+    case WM_SIZE:
+    case WM_DPICHANGED:
+        fit_columns();
+        return 0;
+    case WM_SETCURSOR:
+        if (!is_busy())
+            return std::nullopt;
+        SetCursor(LoadCursorW(nullptr, IDC_APPSTARTING));
+        return 1;
+    case WM_GETDLGCODE: {
+        // Return opens the commit; without this the dialog would take the key.
+        const auto* key = reinterpret_cast<const MSG*>(message.lparam);
+        if (key != nullptr && key->message == WM_KEYDOWN && key->wParam == VK_RETURN)
+            return DLGC_WANTMESSAGE |
+                   DefSubclassProc(message.window, message.id, message.wparam, message.lparam);
+        return std::nullopt;
+    }
+    case WM_CONTEXTMENU:
+        // From the keyboard only: the mouse arrives as NM_RCLICK.
+        if (message.lparam != -1)
+            return std::nullopt;
+        on_context_menu(keyboard_menu_place());
+        return 0;
+    case WM_COMMAND:
+        return on_command(LOWORD(message.wparam));
+    case WM_TIMER:
+        if (message.wparam != BUILD_AHEAD_TIMER)
+            return std::nullopt;
+        on_build_ahead();
+        return 0;
+    case WM_REVLANE_COUNT:
+        on_count(message.wparam);
+        return 0;
+    case WM_REVLANE_FILTERED:
+        on_filtered(message.wparam);
+        return 0;
+    case WM_NCDESTROY:
+        cancel_count();
+        clear_filter();
+        return std::nullopt;
+    default:
+        return std::nullopt;
+    }
+}
+
+win32::Handled RevlaneList::on_command(UINT id)
+{
+    switch (id) {
+    case ID_OPEN_COMMIT:
+        open_commit();
+        return 0;
+    case ID_COPY_COMMIT_IDS:
+        copy_ids();
+        return 0;
+    case ID_COPY_COMMITS:
+        copy_rows();
+        return 0;
+    case ID_COMPARE_COMMITS:
+        compare_commits();
+        return 0;
+    case ID_COMMITS_REFRESH:
+        PostMessageW(host_, WM_REVLANE_REFRESH_ALL, 0, 0);
+        return 0;
+    case ID_COMMIT_CHECKOUT:
+        on_checkout();
+        return 0;
+    case ID_COMMIT_CREATE_BRANCH:
+        on_create_branch();
+        return 0;
+    default:
+        return std::nullopt;
+    }
+}
+
+void RevlaneList::prepare_menu(HMENU menu) const
+{
+    const UINT selected = ListView_GetSelectedCount(list_);
+    const auto grey_unless = [menu](int id, bool enabled) {
+        if (!enabled)
+            EnableMenuItem(menu, static_cast<UINT>(id), MF_BYCOMMAND | MF_GRAYED);
+    };
+    SetMenuDefaultItem(menu, ID_OPEN_COMMIT, FALSE);
+    for (const int id : {ID_OPEN_COMMIT, ID_COMMIT_CHECKOUT, ID_COMMIT_CREATE_BRANCH})
+        grey_unless(id, selected == 1);
+    for (const int id : {ID_COPY_COMMIT_IDS, ID_COPY_COMMITS})
+        grey_unless(id, selected >= 1);
+    grey_unless(ID_COMPARE_COMMITS, selected == 2);
+}
+
+POINT RevlaneList::keyboard_menu_place() const
+{
+    RECT row{};
+    const int focused = ListView_GetNextItem(list_, -1, LVNI_FOCUSED);
+    if (focused >= 0)
+        ListView_GetItemRect(list_, focused, &row, LVIR_LABEL);
+    POINT place{row.left, row.bottom};
+    ClientToScreen(list_, &place);
+    return place;
+}
+
+void RevlaneList::on_context_menu(std::optional<POINT> where)
+{
+    POINT place{};
+    if (where)
+        place = *where;
+    else
+        GetCursorPos(&place);
+    const win32::MenuHandle menu(
+        LoadMenuW(host::resource_module(), MAKEINTRESOURCEW(IDM_COMMIT_LIST)));
+    const HMENU items = GetSubMenu(menu.get(), 0);
+    prepare_menu(items);
+    TrackPopupMenuEx(items, TPM_RIGHTBUTTON, place.x, place.y, list_, nullptr);
+}
+
+void RevlaneList::post_selection()
+{
+    auto selection = std::make_unique<Selection>();
+    if (ListView_GetSelectedCount(list_) == 1) {
+        const std::optional<git_oid> id = selected_commit();
+        if (!id)
+            return;
+        *selection = {*id, true};
+    }
+    win32::post_owned(host_, WM_REVLANE_SELECTION, std::move(selection));
+}
+
+void RevlaneList::open_commit()
+{
+    const std::vector<const git::CommitRow*> rows = built_selection();
+    if (!rows.empty())
+        win32::post_owned(host_, WM_REVLANE_OPEN_COMMIT,
+                          std::make_unique<git_oid>(rows.front()->id));
+}
+
+void RevlaneList::compare_commits()
+{
+    const std::vector<const git::CommitRow*> rows = built_selection();
+    if (rows.size() == 2)
+        win32::post_owned(host_, WM_REVLANE_COMPARE_REVISIONS,
+                          std::make_unique<RevisionPair>(RevisionPair{rows[0]->id, rows[1]->id}));
+}
+
+void RevlaneList::copy_rows()
+{
+    std::wstring text;
+    for (const git::CommitRow* row : built_selection())
+        text +=
+            fmt::format(L"{}\t{}\t{}\t{}\r\n", row->summary, row->author, row->date, row->id_text);
+    win32::set_clipboard_text(list_, text);
+    host::set_status_text(frame_, host::load_text(IDS_ROWS_COPIED));
+}
+
+void RevlaneList::copy_ids()
+{
+    constexpr std::wstring_view line_end = L"\r\n";
+    std::wstring text;
+    for (const git::CommitRow* row : built_selection())
+        text.append(row->id_text).append(line_end);
+    // A single id is pasted into a line of its user's own.
+    if (ListView_GetSelectedCount(list_) == 1 && text.ends_with(line_end))
+        text.resize(text.size() - line_end.size());
+    win32::set_clipboard_text(list_, text);
+    host::set_status_text(frame_, host::load_text(IDS_IDS_COPIED));
+}
+
+void RevlaneList::on_checkout()
+{
+    const std::vector<const git::CommitRow*> rows = built_selection();
+    if (rows.empty() || !repository_)
+        return;
+    command_slot_.submit(
+        [task = CommandTask{host_, repository_->path, commands_}, commit = rows.front()->id_text] {
+            if (task.report(git::checkout_branch(task.context(), commit)))
+                task.arrived_at("HEAD");
+        });
+    PostMessageW(list_, WM_SETCURSOR, 0, 0);
+}
+
+void RevlaneList::on_create_branch()
+{
+    const std::vector<const git::CommitRow*> rows = built_selection();
+    if (rows.empty() || !repository_)
+        return;
+    const CommandTask task{host_, repository_->path, commands_};
+    const std::wstring commit = rows.front()->id_text;
+    const HWND list = list_;
+    const std::optional<std::wstring> name = ask_branch_name(list);
+    // The window may have gone while the question stood.
+    if (!name || !IsWindow(list))
+        return;
+    command_slot_.submit([task, commit, name = *name] {
+        if (task.report(git::create_branch(task.context(), name, commit)) &&
+            task.report(git::checkout_branch(task.context(), name)))
+            task.arrived_at(win32::to_utf8(name));
+    });
+    PostMessageW(list_, WM_SETCURSOR, 0, 0);
+}
+
+void RevlaneList::fit_columns()
+{
+    const int dpi = gsl::narrow<int>(gsl::narrow<unsigned>(get_dpi(list_)));
+    const int padding = scale(COLUMN_PADDING, dpi);
+    const int author = scale(AUTHOR_WIDTH, dpi);
+    const int date = padding + text_width(list_, L"00/00/00 00:00:00 AM");
+    const int id = padding + text_width(list_, L"0000000");
+    RECT bounds{};
+    GetWindowRect(list_, &bounds);
+    const int available = bounds.right - bounds.left - 2 * GetSystemMetrics(SM_CXEDGE) -
+                          GetSystemMetrics(SM_CXVSCROLL);
+    const int summary =
+        std::max(available - (date + author + id), scale(MINIMUM_SUMMARY_WIDTH, dpi));
+    ListView_SetColumnWidth(list_, COLUMN_AUTHOR, author);
+    ListView_SetColumnWidth(list_, COLUMN_DATE, date);
+    ListView_SetColumnWidth(list_, COLUMN_ID, id);
+    ListView_SetColumnWidth(list_, COLUMN_SUMMARY, summary);
+}
+
+}  // namespace revlane

@@ -1,0 +1,139 @@
+// The commit list of the history window: an owner-data list view over RevListWithFilter.
+// Window thread. The host window owns it, forwards the list view's notifications to it and receives
+// its posted messages; it ends with the host window.
+#pragma once
+
+#include "changes/cancellation.h"
+#include "changes/messages.h"
+#include "git/git.h"
+#include "history/filter.h"
+#include "history/rev_list_with_filter.h"
+#include "win32/task_slot.h"
+#include "win32/thread_pool.h"
+#include "win32/window.h"
+
+#include <git2.h>
+#include <windows.h>
+#include <commctrl.h>
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace revlane {
+
+class RevlaneList {
+public:
+    // What the list's tasks run on: one thread for each kind of work, so that a filter never waits
+    // behind a count or a checkout. Owned by the host window.
+    struct Pools {
+        BS::thread_pool<>& count;
+        BS::thread_pool<>& filter;
+        BS::thread_pool<>& command;
+    };
+
+    // `commands` runs checkouts and branch creations, `filters` runs the searches: a search that
+    // nobody waits for any more is ended through it. Both are shut down by the host window.
+    RevlaneList(HWND frame, std::shared_ptr<git::Git> commands, std::shared_ptr<git::Git> filters,
+                Pools pools);
+    ~RevlaneList();
+    RevlaneList(const RevlaneList&) = delete;
+    RevlaneList& operator=(const RevlaneList&) = delete;
+
+    // Binds to the list view of the host window. Once, at WM_INITDIALOG.
+    void init(HWND host);
+
+    // The repository whose commits are listed; nothing: the list is empty. Takes effect with the next
+    // refresh; a filter in force is dropped.
+    void set_repository(std::optional<git::Repository> repository);
+    // The same repository, opened anew: rows and filter stay.
+    void renew_repository(std::optional<git::Repository> repository);
+    // The commit that the unfiltered list begins with; nothing: it is empty (an unborn branch).
+    void set_start(std::optional<git_oid> start);
+
+    // Fills the list anew from the start commit, or from the ids of the filter in force.
+    void refresh();
+    // Applies a filter to what `revision` (a reference name) reaches; an empty text clears it.
+    void filter(const std::wstring& revision, const Filter::State& state);
+    // Back to the unfiltered list; a search that runs is ended.
+    void clear_filter();
+    // Counts the whole walk in the background.
+    void count_revisions();
+
+    // Lists the commits from the start on that changed one file (repository-relative), found in the
+    // background: by git, which follows it over renames, or by libgit2 where there is no git.
+    void show_file_history(const std::wstring& path);
+
+    // Selects and focuses the row of a commit and scrolls it into view. False when it is not listed.
+    bool select_commit(const git_oid& id);
+
+    // A notification of the list view.
+    LRESULT on_notify(const NMHDR& header);
+
+    // Greys the items of the context menu that do not fit the present selection.
+    void prepare_menu(HMENU menu) const;
+
+    [[nodiscard]] HWND window() const noexcept { return list_; }
+    [[nodiscard]] const std::optional<git_oid>& start() const noexcept { return start_; }
+    // The rows that the list view has now; the true number of commits once the count has arrived.
+    [[nodiscard]] int item_count() const noexcept;
+    // Whether the number of rows is still the quick count, with more to come.
+    [[nodiscard]] bool is_counting() const noexcept { return count_cancel_ != nullptr; }
+    // Whether a search runs or waits.
+    [[nodiscard]] bool is_filtering() const noexcept { return filter_slot_.busy(); }
+    [[nodiscard]] bool has_filter() const noexcept { return model_->has_filter(); }
+    // Whether a search, a checkout or a branch creation runs or waits.
+    [[nodiscard]] bool is_busy() const noexcept;
+    [[nodiscard]] std::vector<std::size_t> selected_rows() const;
+    // The commit of the only selected row; nothing when another number is selected.
+    [[nodiscard]] std::optional<git_oid> selected_commit() const;
+
+private:
+    win32::Handled handle(const win32::Message& message);
+    win32::Handled on_command(UINT id);
+    void on_count(WPARAM wparam);
+    void on_filtered(WPARAM wparam);
+    void on_build_ahead();
+    void on_display_info(NMLVDISPINFOW& info);
+    void on_key_down(WORD key);
+    void on_context_menu(std::optional<POINT> where);
+
+    void open_commit();
+    void compare_commits();
+    void copy_ids();
+    void copy_rows();
+    void on_checkout();
+    void on_create_branch();
+    void post_selection();
+
+    git::Result<void> fill();
+    void filter_by_id(const std::wstring& text);
+    void filter_by_log(const std::wstring& revision, const Filter::State& state);
+    void post_filtered(FilterResult result);
+    void cancel_count();
+    void cancel_filter();
+    void fit_columns();
+    void select_rows(const std::vector<std::size_t>& rows);
+    void scroll_to(int top);
+    [[nodiscard]] POINT keyboard_menu_place() const;
+    [[nodiscard]] std::vector<const git::CommitRow*> built_selection() const;
+
+    HWND list_ = nullptr;
+    HWND host_ = nullptr;
+    HWND frame_;
+    std::shared_ptr<git::Git> commands_;
+    std::shared_ptr<git::Git> filters_;
+    std::optional<git::Repository> repository_;
+    std::shared_ptr<RevListWithFilter> model_;
+    std::optional<git_oid> start_;
+    std::shared_ptr<Cancellation> count_cancel_;   // of the count under way, null when none is
+    std::shared_ptr<Cancellation> filter_cancel_;  // of the last search that was queued
+    win32::TaskSlot count_slot_;
+    win32::TaskSlot filter_slot_;
+    win32::TaskSlot command_slot_;
+    std::unique_ptr<win32::Subclass> subclass_;
+};
+
+}  // namespace revlane
