@@ -26,19 +26,33 @@ public:
     {
     }
 
-    bool run(std::string branch, bool is_remote)
+    void run(const std::string& branch, bool is_remote)
     {
-        if (is_remote) {
-            const std::string local = local_branch_name(branch);
-            if (!report(
-                    git::create_branch(context_, win32::to_wide(local), win32::to_wide(branch))))
-                return false;
-            branch = local;
+        const std::wstring name = win32::to_wide(branch);
+        if (!is_remote) {
+            switch_to(name);
+            return;
         }
-        return stash(win32::to_wide(branch)) && check_out_and_apply(win32::to_wide(branch));
+        const std::wstring local = win32::to_wide(local_branch_name(branch));
+        if (report(git::create_branch(context_, local, name)))
+            switch_to(local);
     }
 
 private:
+    void switch_to(const std::wstring& branch)
+    {
+        if (!stash(branch) || !report(git::checkout_branch(context_, branch)))
+            return;
+        if (!is_listed_) {
+            // Usually there was nothing to put into a stash.
+            if (stash_)
+                say(L"stash list", IDS_STASH_NOT_FOUND);
+            return;
+        }
+        if (report(git::apply_stash(context_, message_)))
+            drop();
+    }
+
     // Puts the work into a stash and reads the list of stashes, which shows whether there was any.
     bool stash(const std::wstring& branch)
     {
@@ -61,34 +75,23 @@ private:
         return report(std::move(list.result));
     }
 
-    bool check_out_and_apply(const std::wstring& branch)
-    {
-        if (!report(git::checkout_branch(context_, branch)))
-            return false;
-        if (!is_listed_) {
-            if (stash_)
-                say(L"stash list", IDS_STASH_NOT_FOUND);
-            return !stash_;
-        }
-        if (!report(git::apply_stash(context_, message_)))
-            return false;
-        return drop();
-    }
-
     // Drops the stash once all that is in it is in the working tree and the index.
-    bool drop()
+    void drop()
     {
+        if (stash_) {
+            const git::Result<bool> restored = restore_staged(repository_, *stash_);
+            if (!restored || !*restored) {
+                say(L"stash drop", IDS_STAGED_NOT_RESTORED,
+                    restored ? std::string() : "\n" + git::to_utf8(restored.error()));
+                return;
+            }
+        }
+        // Last: whatever is on top when git is asked is what goes.
         const std::optional<git_oid> top = top_of_stash(repository_);
-        if (!stash_ || !top || !git_oid_equal(&*top, &*stash_)) {
+        if (!stash_ || !top || !git_oid_equal(&*top, &*stash_))
             say(L"stash drop", IDS_STASH_NOT_ON_TOP);
-            return true;
-        }
-        const git::Result<bool> restored = restore_staged(repository_, *stash_);
-        if (!restored || !*restored) {
-            say(L"stash drop", IDS_STAGED_NOT_RESTORED);
-            return true;
-        }
-        return report(git::drop_stash(context_));
+        else
+            report(git::drop_stash(context_));
     }
 
     // Posts a result. A switch that was ended goes no further, even when the command was done.
@@ -98,15 +101,15 @@ private:
             result.ok = false;
             result.output += win32::to_utf8(host::load_text(IDS_CANCELLED));
         }
-        if (!result.ok && stash_)
+        if (!result.ok && stash_ && is_kept(repository_, *stash_))
             result.output += "\n" + win32::to_utf8(text_with(IDS_STASH_KEPT, message_));
         return post_result(owner_, std::move(result));
     }
 
     // Says something that no command of git says.
-    void say(const wchar_t* step, UINT text)
+    void say(const wchar_t* step, UINT text, const std::string& reason = {})
     {
-        post_result(owner_, {step, win32::to_utf8(text_with(text, message_)), false});
+        post_result(owner_, {step, win32::to_utf8(text_with(text, message_)) + reason, false});
     }
 
     HWND owner_;
@@ -134,10 +137,10 @@ std::string local_branch_name(std::string_view remote_branch)
                                                        : remote_branch.substr(slash + 1));
 }
 
-bool switch_branch(HWND owner, const git::Repository& repository,
+void switch_branch(HWND owner, const git::Repository& repository,
                    const git::CommandContext& context, const std::string& branch, bool is_remote)
 {
-    return Switch(owner, repository, context).run(branch, is_remote);
+    Switch(owner, repository, context).run(branch, is_remote);
 }
 
 void switch_branch_at(HWND owner, const git::CommandContext& context, const std::string& branch,

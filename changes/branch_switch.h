@@ -24,9 +24,8 @@ std::string local_branch_name(std::string_view remote_branch);
 // Switches to `branch` (a short name; of a remote-tracking branch when `is_remote`, for which a local
 // branch is made first). Each command's result is posted to `owner` (may be null) as
 // WM_REVLANE_COMMAND_RESULT. A step that fails ends the switch; from the stash on, its result says
-// under which name the work is kept. `repository` is the task's own. Returns whether the branch is
-// checked out with the work on it.
-bool switch_branch(HWND owner, const git::Repository& repository,
+// under which name the work is kept. `repository` is the task's own.
+void switch_branch(HWND owner, const git::Repository& repository,
                    const git::CommandContext& context, const std::string& branch, bool is_remote);
 
 // What a task of the branch controls does: opens the repository of `context` and switches in it. A

@@ -10,6 +10,9 @@ namespace {
 
 int next_row(HWND list, int row, UINT state)
 {
+    // No window at all would answer every question with row 0.
+    if (list == nullptr)
+        return -1;
     return static_cast<int>(
         SendMessageW(list, LVM_GETNEXTITEM, static_cast<WPARAM>(row), MAKELPARAM(state, 0)));
 }

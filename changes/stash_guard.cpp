@@ -117,6 +117,15 @@ std::optional<git_oid> top_of_stash(git_repository* repository)
     return id;
 }
 
+bool is_kept(git_repository* repository, const git_oid& stash)
+{
+    const auto is_this = [](std::size_t, const char*, const git_oid* id, void* wanted) {
+        return git_oid_equal(id, static_cast<const git_oid*>(wanted));
+    };
+    git_oid wanted = stash;
+    return git_stash_foreach(repository, is_this, &wanted) == 1;
+}
+
 git::Result<bool> restore_staged(git_repository* repository, const git_oid& stash)
 {
     const git::Result<Trees> trees = read_trees(repository, stash);

@@ -12,6 +12,9 @@ namespace revlane {
 // The newest stash; nothing when there is none.
 std::optional<git_oid> top_of_stash(git_repository* repository);
 
+// Whether a stash is still kept, at the top or below.
+bool is_kept(git_repository* repository, const git_oid& stash);
+
 // Stages again what was staged when the stash was made, wherever HEAD has the same version of the
 // file as the commit that the stash was made on; applying a stash leaves the changes of such files in
 // the working tree only. False when something staged could not be put back and is not what the file
