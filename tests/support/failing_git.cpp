@@ -1,0 +1,76 @@
+// A git.exe that hands its arguments on to the real one, which REVLANE_REAL_GIT names, but fails at
+// one of its starts: REVLANE_FAIL_AT is its number, counted from 1 in the file REVLANE_STARTS, and
+// REVLANE_FAIL_HOW says how it goes wrong:
+//
+//   before    it fails at once
+//   after     it fails when the real git has done its work
+//   hang      it sets the event REVLANE_FAIL_EVENT when the real git has done its work, and stays
+#include "win32/handle.h"
+
+#include <windows.h>
+
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace {
+
+// A test that has forgotten its child must not leave it behind for ever.
+constexpr DWORD longest_wait_ms = 120'000;
+constexpr int failure = 1;
+
+std::wstring variable(const wchar_t* name)
+{
+    std::wstring value(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
+    value.resize(GetEnvironmentVariableW(name, value.data(), static_cast<DWORD>(value.size())));
+    return value;
+}
+
+// The number of this start.
+unsigned long count_start()
+{
+    const std::filesystem::path file = variable(L"REVLANE_STARTS");
+    std::ofstream(file, std::ios::binary | std::ios::app).put('.');
+    return static_cast<unsigned long>(std::filesystem::file_size(file));
+}
+
+int run_real_git()
+{
+    const std::wstring program = variable(L"REVLANE_REAL_GIT");
+    std::wstring line = GetCommandLineW();
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
+    startup.hStdOutput = GetStdHandle(STD_OUTPUT_HANDLE);
+    startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+    PROCESS_INFORMATION started{};
+    if (!CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW,
+                        nullptr, nullptr, &startup, &started))
+        return failure;
+    const win32::KernelHandle process(started.hProcess);
+    const win32::KernelHandle thread(started.hThread);
+    WaitForSingleObject(process.get(), longest_wait_ms);
+    DWORD exit_code = 0;
+    GetExitCodeProcess(process.get(), &exit_code);
+    return static_cast<int>(exit_code);
+}
+
+}  // namespace
+
+int main()
+{
+    if (count_start() != std::stoul(variable(L"REVLANE_FAIL_AT")))
+        return run_real_git();
+    const std::wstring how = variable(L"REVLANE_FAIL_HOW");
+    if (how != L"before")
+        run_real_git();
+    if (how == L"hang") {
+        const win32::KernelHandle event(
+            OpenEventW(EVENT_MODIFY_STATE, FALSE, variable(L"REVLANE_FAIL_EVENT").c_str()));
+        SetEvent(event.get());
+        Sleep(longest_wait_ms);
+    }
+    return failure;
+}
