@@ -23,8 +23,6 @@ constexpr int COMBO_FRAME = 6;  // what a drop-down has above and below its text
 
 constexpr int BRANCH_INDENT = 4;
 
-constexpr UINT MARQUEE_STEP_MS = 30;
-
 constexpr std::array<int, 3> LISTS{IDC_STAGED_LIST, IDC_CHANGES_LIST, IDC_BRANCHES_LIST};
 
 std::wstring without_prefix(std::wstring text)
@@ -44,6 +42,7 @@ void PanelView::attach(HWND dialog, HWND frame)
     push_text_ = win32::window_text(control(IDC_PUSH));
     empty_text_ = win32::window_text(control(IDC_EMPTY_TEXT));
 
+    progress_.attach(control(IDC_PROGRESS));
     choose_folder_.attach(control(IDC_CHOOSE_FOLDER), Glyph::Folder);
     panel_menu_.attach(control(IDC_PANEL_MENU), Glyph::Menu);
     history_.attach(control(IDC_SHOW_HISTORY), Glyph::History);
@@ -289,11 +288,7 @@ void PanelView::show_counts(std::optional<std::size_t> staged, std::optional<std
 
 void PanelView::show_progress(bool shown)
 {
-    const HWND progress = control(IDC_PROGRESS);
-    if ((IsWindowVisible(progress) != FALSE) == shown)
-        return;
-    SendMessageW(progress, PBM_SETMARQUEE, shown ? TRUE : FALSE, MARQUEE_STEP_MS);
-    ShowWindow(progress, shown ? SW_SHOWNA : SW_HIDE);
+    progress_.show(shown);
 }
 
 void PanelView::toggle_branches()

@@ -6,6 +6,7 @@
 #include "sidebar/icon_button.h"
 #include "sidebar/panel_settings.h"
 #include "sidebar/panel_state.h"
+#include "sidebar/progress_line.h"
 #include "sidebar/sidebar_layout.h"
 #include "sidebar/tooltip.h"
 #include "win32/handle.h"
@@ -79,6 +80,7 @@ private:
     PanelFonts fonts_;
     ImageList row_height_;
     ImageList branch_row_height_;
+    ProgressLine progress_;
     IconButton choose_folder_;
     IconButton panel_menu_;
     IconButton history_;

@@ -16,7 +16,7 @@ constexpr int WIDE_GAP = 8;
 constexpr int BUTTON_HEIGHT = 28;
 constexpr int HEADING_HEIGHT = 28;
 constexpr int SPLITTER_HEIGHT = 4;
-constexpr int PROGRESS_HEIGHT = 2;
+constexpr int PROGRESS_HEIGHT = 3;
 constexpr int MESSAGE_PADDING = 8;  // border and inner margins of the commit box
 constexpr int ROW_PADDING = 6;
 // The commit box grows with a tall panel.

@@ -1,0 +1,78 @@
+#include "sidebar/progress_line.h"
+
+#include "sidebar/colors.h"
+
+#include <algorithm>
+#include <cstdint>
+
+namespace revlane {
+
+namespace {
+
+constexpr UINT_PTR TIMER_STEP = 1;
+constexpr UINT STEP_MS = 30;
+// From one edge of the panel to the other.
+constexpr std::uint64_t PASS_MS = 1600;
+constexpr int TRACK_PERCENT = 12;
+
+}  // namespace
+
+void ProgressLine::attach(HWND control)
+{
+    control_ = control;
+    subclass_.emplace(control_,
+                      [this](const win32::Message& message) { return on_message(message); });
+}
+
+void ProgressLine::show(bool shown) const
+{
+    if ((IsWindowVisible(control_) != FALSE) == shown)
+        return;
+    if (shown)
+        SetTimer(control_, TIMER_STEP, STEP_MS, nullptr);
+    else
+        KillTimer(control_, TIMER_STEP);
+    ShowWindow(control_, shown ? SW_SHOWNA : SW_HIDE);
+}
+
+win32::Handled ProgressLine::on_message(const win32::Message& message) const
+{
+    switch (message.id) {
+    case WM_TIMER:
+        InvalidateRect(control_, nullptr, FALSE);
+        return 0;
+    case WM_ERASEBKGND:
+        return 1;
+    case WM_PAINT:
+        paint();
+        return 0;
+    default:
+        return std::nullopt;
+    }
+}
+
+void ProgressLine::paint() const
+{
+    PAINTSTRUCT paint{};
+    const HDC dc = BeginPaint(control_, &paint);
+    if (dc == nullptr)
+        return;
+    RECT track{};
+    GetClientRect(control_, &track);
+    const COLORREF color = GetSysColor(COLOR_HIGHLIGHT);
+    const int width = static_cast<int>(track.right);
+    const int length = width / 4;
+    // The place follows from the time, so that a late step makes no difference.
+    const auto way = static_cast<std::uint64_t>(width + length);
+    const int left = static_cast<int>(way * (GetTickCount64() % PASS_MS) / PASS_MS) - length;
+    const RECT moving{std::max(left, 0), 0, std::min(left + length, width), track.bottom};
+    const RECT before{0, 0, moving.left, track.bottom};
+    const RECT after{moving.right, 0, width, track.bottom};
+    const COLORREF faint = mix_colors(GetSysColor(COLOR_BTNFACE), color, TRACK_PERCENT);
+    fill_rectangle(dc, before, faint);
+    fill_rectangle(dc, moving, color);
+    fill_rectangle(dc, after, faint);
+    EndPaint(control_, &paint);
+}
+
+}  // namespace revlane
