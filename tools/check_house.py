@@ -43,7 +43,7 @@ ADDRESSES = re.compile(
 EXPORTS = {"OnCommand", "QueryStatus", "OnEvents", "GetMenuTextID", "GetStatusMessageID",
            "GetBitmapID", "PlugInProc"}
 WINDOWS_LIBRARIES = {
-    "advapi32.dll", "comctl32.dll", "comdlg32.dll", "crypt32.dll", "dwmapi.dll", "gdi32.dll",
+    "advapi32.dll", "comctl32.dll", "comdlg32.dll", "crypt32.dll", "dwmapi.dll", "gdi32.dll", "gdiplus.dll",
     "imm32.dll", "kernel32.dll", "msvcrt.dll", "ole32.dll", "oleaut32.dll", "rpcrt4.dll",
     "secur32.dll", "shell32.dll", "shlwapi.dll", "user32.dll", "uxtheme.dll", "version.dll",
     "ws2_32.dll"}
@@ -100,6 +100,8 @@ def check_includes(path, text):
             continue
         place = f"{path}:{number}"
         style, name = include.groups()
+        if name == "BS_thread_pool.hpp" and path != "win32/thread_pool.h":
+            fault(place, "the thread pool is included by way of win32/thread_pool.h")
         if room == "git" and NO_WINDOWS_IN_GIT.search(name):
             fault(place, f"git/ must not know windows, controls or resources: {name}")
         if style == "<":
