@@ -43,10 +43,10 @@ ADDRESSES = re.compile(
 EXPORTS = {"OnCommand", "QueryStatus", "OnEvents", "GetMenuTextID", "GetStatusMessageID",
            "GetBitmapID", "PlugInProc"}
 WINDOWS_LIBRARIES = {
-    "advapi32.dll", "comctl32.dll", "comdlg32.dll", "crypt32.dll", "dwmapi.dll", "gdi32.dll", "gdiplus.dll",
-    "imm32.dll", "kernel32.dll", "msvcrt.dll", "ole32.dll", "oleaut32.dll", "rpcrt4.dll",
-    "secur32.dll", "shell32.dll", "shlwapi.dll", "user32.dll", "uxtheme.dll", "version.dll",
-    "ws2_32.dll"}
+    "advapi32.dll", "comctl32.dll", "comdlg32.dll", "crypt32.dll", "dwmapi.dll", "gdi32.dll",
+    "gdiplus.dll", "imm32.dll", "kernel32.dll", "msvcrt.dll", "ole32.dll", "oleaut32.dll",
+    "rpcrt4.dll", "secur32.dll", "shell32.dll", "shlwapi.dll", "user32.dll", "uxtheme.dll",
+    "version.dll", "ws2_32.dll"}
 
 faults = 0
 
