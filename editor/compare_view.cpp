@@ -28,6 +28,8 @@ constexpr std::size_t LEFT = 0;
 constexpr std::size_t RIGHT = 1;
 constexpr int TAB_COLUMNS = 4;
 constexpr int WHEEL_LINES = 3;
+// Equal rows shown above a difference that was gone to.
+constexpr int CONTEXT = 2;
 // Lengths at 96 DPI.
 constexpr int TITLE_PADDING = 5;
 constexpr int TEXT_PADDING = 6;
@@ -197,14 +199,15 @@ void CompareView::on_scroll(int bar, int code)
     info.fMask = SIF_ALL;
     GetScrollInfo(window_, bar, &info);
     const int page = static_cast<int>(info.nPage);
+    const int line = bar == SB_VERT ? 1 : TAB_COLUMNS;
     int position = info.nPos;
     // The codes of the horizontal bar have the same numbers.
     switch (code) {
     case SB_LINEUP:
-        position -= 1;
+        position -= line;
         break;
     case SB_LINEDOWN:
-        position += 1;
+        position += line;
         break;
     case SB_PAGEUP:
         position -= page;
@@ -236,55 +239,47 @@ void CompareView::on_wheel(int delta)
 
 bool CompareView::on_key(WPARAM key)
 {
-    const int page = layout().visible_rows;
-    switch (key) {
-    case VK_UP:
-        scroll_to(top_ - 1, column_);
+    struct Scroll {
+        WPARAM key;
+        int bar;
+        int code;
+    };
+    constexpr std::array<Scroll, 8> SCROLLS{{{VK_UP, SB_VERT, SB_LINEUP},
+                                             {VK_DOWN, SB_VERT, SB_LINEDOWN},
+                                             {VK_PRIOR, SB_VERT, SB_PAGEUP},
+                                             {VK_NEXT, SB_VERT, SB_PAGEDOWN},
+                                             {VK_HOME, SB_VERT, SB_TOP},
+                                             {VK_END, SB_VERT, SB_BOTTOM},
+                                             {VK_LEFT, SB_HORZ, SB_LINEUP},
+                                             {VK_RIGHT, SB_HORZ, SB_LINEDOWN}}};
+    if (key == VK_F8) {
+        const int direction = GetKeyState(VK_SHIFT) < 0 ? -1 : 1;
+        if (!go_to_difference(top_ + CONTEXT + direction, direction))
+            MessageBeep(MB_OK);
         return true;
-    case VK_DOWN:
-        scroll_to(top_ + 1, column_);
-        return true;
-    case VK_LEFT:
-        scroll_to(top_, column_ - TAB_COLUMNS);
-        return true;
-    case VK_RIGHT:
-        scroll_to(top_, column_ + TAB_COLUMNS);
-        return true;
-    case VK_PRIOR:
-        scroll_to(top_ - page, column_);
-        return true;
-    case VK_NEXT:
-        scroll_to(top_ + page, column_);
-        return true;
-    case VK_HOME:
-        scroll_to(0, 0);
-        return true;
-    case VK_END:
-        scroll_to(static_cast<int>(rows_.size()), column_);
-        return true;
-    case VK_F8:
-        go_to_difference(GetKeyState(VK_SHIFT) < 0 ? -1 : 1);
-        return true;
-    default:
-        return false;
     }
+    const auto* const scroll = std::find_if(SCROLLS.begin(), SCROLLS.end(),
+                                            [key](const Scroll& each) { return each.key == key; });
+    if (scroll == SCROLLS.end())
+        return false;
+    on_scroll(scroll->bar, scroll->code);
+    return true;
 }
 
-void CompareView::go_to_difference(int direction)
+bool CompareView::go_to_difference(int from, int direction)
 {
     const auto differs = [this](int row) {
         return rows_[static_cast<std::size_t>(row)].kind != DiffRow::Kind::same;
     };
     const int count = static_cast<int>(rows_.size());
-    // A difference begins where the row before it is equal; it is shown below two rows of context.
-    constexpr int CONTEXT = 2;
-    for (int row = top_ + CONTEXT + direction; row >= 0 && row < count; row += direction) {
+    // A difference begins where the row before it is equal.
+    for (int row = from; row >= 0 && row < count; row += direction) {
         if (differs(row) && (row == 0 || !differs(row - 1))) {
             scroll_to(row - CONTEXT, column_);
-            return;
+            return true;
         }
     }
-    MessageBeep(MB_OK);
+    return false;
 }
 
 void CompareView::on_paint()
@@ -293,15 +288,13 @@ void CompareView::on_paint()
     const HDC dc = BeginPaint(window_, &paint);
     const Layout at = layout();
     // Drawn in memory first, so that scrolling does not flicker.
-    const HDC memory = CreateCompatibleDC(dc);
-    const win32::UniqueHandle<HGDIOBJ, ::DeleteObject> bitmap(
+    const win32::UniqueHandle<HBITMAP, ::DeleteObject> bitmap(
         CreateCompatibleBitmap(dc, std::max(1L, at.client.right), std::max(1L, at.client.bottom)));
     {
-        const win32::SelectedObject selected(memory, bitmap.get());
-        draw(memory, at);
-        BitBlt(dc, 0, 0, at.client.right, at.client.bottom, memory, 0, 0, SRCCOPY);
+        const MemoryDc memory(bitmap.get());
+        draw(memory.get(), at);
+        BitBlt(dc, 0, 0, at.client.right, at.client.bottom, memory.get(), 0, 0, SRCCOPY);
     }
-    DeleteDC(memory);
     EndPaint(window_, &paint);
 }
 

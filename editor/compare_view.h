@@ -28,6 +28,8 @@ public:
 
     void set_texts(const std::wstring& left, const std::wstring& right);
     void set_titles(std::wstring left, std::wstring right);
+    // Shows the first difference from row `from` on in a direction, 1 or -1; false when there is none.
+    bool go_to_difference(int from, int direction);
     // The fonts stay their owner's.
     void set_fonts(HFONT text_font, HFONT title_font);
 
@@ -54,7 +56,6 @@ private:
     void on_wheel(int delta);
     bool on_key(WPARAM key);
     void scroll_to(int row, int column);
-    void go_to_difference(int direction);
     void on_paint();
     void draw(HDC dc, const Layout& at) const;
     void draw_side(HDC dc, const Layout& at, std::size_t side) const;

@@ -214,7 +214,7 @@ void DockedBar::on_button_down(POINT point)
         SetFocus(dialog_);
 }
 
-void DockedBar::on_button_up(POINT point)
+void DockedBar::on_button_up(POINT point) const
 {
     const bool close = close_pressed_ && contains(close_button(), point);
     ReleaseCapture();

@@ -50,7 +50,7 @@ private:
     void on_paint();
     void on_mouse_move(POINT point);
     void on_button_down(POINT point);
-    void on_button_up(POINT point);
+    void on_button_up(POINT point) const;
     void set_hot(bool hot);
 
     HWND window_ = nullptr;

@@ -104,7 +104,8 @@ DWORD Document::load()
         return bytes.error();
     text_ = decode_text(*bytes);
     SendMessageW(edit_, EM_SETREADONLY, read_only() ? TRUE : FALSE, 0);
-    show(std::exchange(text_.text, {}));
+    SetWindowTextW(edit_, std::exchange(text_.text, {}).c_str());
+    SendMessageW(edit_, EM_SETMODIFY, FALSE, 0);
     return ERROR_SUCCESS;
 }
 
@@ -136,12 +137,6 @@ void Document::reload()
     SendMessageW(edit_, EM_SETSEL, caret, static_cast<LPARAM>(caret));
     const LRESULT now = SendMessageW(edit_, EM_GETFIRSTVISIBLELINE, 0, 0);
     SendMessageW(edit_, EM_LINESCROLL, 0, top - now);
-}
-
-void Document::show(std::wstring text)
-{
-    SetWindowTextW(edit_, text.c_str());
-    SendMessageW(edit_, EM_SETMODIFY, FALSE, 0);
 }
 
 ULONGLONG Document::file_time() const

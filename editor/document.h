@@ -45,7 +45,6 @@ public:
     void reload();
 
 private:
-    void show(std::wstring text);
     [[nodiscard]] ULONGLONG file_time() const;
 
     HWND edit_ = nullptr;

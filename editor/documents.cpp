@@ -50,6 +50,13 @@ std::filesystem::path full_path(const std::filesystem::path& path)
     return failed ? path : full.make_preferred();
 }
 
+template <typename Predicate>
+std::size_t Documents::find_if(const Predicate& predicate) const
+{
+    const auto found = std::find_if(tabs_.begin(), tabs_.end(), predicate);
+    return found != tabs_.end() ? static_cast<std::size_t>(found - tabs_.begin()) : none;
+}
+
 HWND Documents::Tab::window() const
 {
     return document ? document->window() : comparison->window();
@@ -127,7 +134,9 @@ std::vector<std::wstring> Documents::labels() const
 
 void Documents::open_new()
 {
-    add(Tab{std::make_unique<Document>(view_, document_font_.get(), L"", false), nullptr, {}, {}});
+    Tab tab;
+    tab.document = std::make_unique<Document>(view_, document_font_.get(), L"", false);
+    add(std::move(tab));
 }
 
 bool Documents::open(const std::filesystem::path& file, bool temporary)
@@ -135,7 +144,7 @@ bool Documents::open(const std::filesystem::path& file, bool temporary)
     const std::filesystem::path path = full_path(file);
     if (const std::size_t index = find(path); index != none) {
         // A temporary file may have been written anew under the same name.
-        if (temporary)
+        if (temporary && !tabs_[index].document->modified())
             tabs_[index].document->reload();
         activate(index);
         return true;
@@ -146,7 +155,9 @@ bool Documents::open(const std::filesystem::path& file, bool temporary)
                                                    windows_error(error)));
         return false;
     }
-    add(Tab{std::move(document), nullptr, {}, {}});
+    Tab tab;
+    tab.document = std::move(document);
+    add(std::move(tab));
     return true;
 }
 
@@ -249,13 +260,20 @@ std::uint32_t Documents::compare(const std::filesystem::path& left,
     if (same_file(left_path, right_path))
         return host::COMPARE_FAILED;
 
-    if (const std::size_t index = find_comparison(left_path, right_path); index != none) {
-        activate(index);
+    const std::size_t shown = find_if([&](const Tab& tab) {
+        return tab.comparison && same_file(tab.left, left_path) && same_file(tab.right, right_path);
+    });
+    if (shown != none) {
+        activate(shown);
         return 0;
     }
-    auto comparison =
+    Tab tab;
+    tab.comparison =
         std::make_unique<CompareView>(view_, document_font_.get(), interface_font_.get());
-    add(Tab{nullptr, std::move(comparison), left_path, right_path});
+    tab.left = left_path;
+    tab.right = right_path;
+    add(std::move(tab));
+    active_comparison()->go_to_difference(0, 1);
     return 0;
 }
 
@@ -271,7 +289,7 @@ void Documents::focus() const
     SetFocus(active_ != none ? tabs_[active_].window() : view_);
 }
 
-void Documents::check_disk()
+void Documents::check_disk() const
 {
     Document* document = active_document();
     if (document != nullptr && !document->modified() && document->changed_on_disk())
@@ -286,19 +304,8 @@ void Documents::show_tabs(bool shown)
 
 std::size_t Documents::find(const std::filesystem::path& file) const
 {
-    const auto found = std::find_if(tabs_.begin(), tabs_.end(), [&file](const Tab& tab) {
-        return tab.document && same_file(tab.document->path(), file);
-    });
-    return found != tabs_.end() ? static_cast<std::size_t>(found - tabs_.begin()) : none;
-}
-
-std::size_t Documents::find_comparison(const std::filesystem::path& left,
-                                       const std::filesystem::path& right) const
-{
-    const auto found = std::find_if(tabs_.begin(), tabs_.end(), [&](const Tab& tab) {
-        return tab.comparison && same_file(tab.left, left) && same_file(tab.right, right);
-    });
-    return found != tabs_.end() ? static_cast<std::size_t>(found - tabs_.begin()) : none;
+    return find_if(
+        [&file](const Tab& tab) { return tab.document && same_file(tab.document->path(), file); });
 }
 
 void Documents::add(Tab tab)

@@ -65,7 +65,7 @@ public:
     void step(int step);
     void focus() const;
     // Shows the active document as its file is now, unless it holds changes of its own.
-    void check_disk();
+    void check_disk() const;
 
     [[nodiscard]] bool tabs_shown() const noexcept { return tabs_shown_; }
     void show_tabs(bool shown);
@@ -86,8 +86,8 @@ private:
     static constexpr std::size_t none = static_cast<std::size_t>(-1);
 
     [[nodiscard]] std::size_t find(const std::filesystem::path& file) const;
-    [[nodiscard]] std::size_t find_comparison(const std::filesystem::path& left,
-                                              const std::filesystem::path& right) const;
+    template <typename Predicate>
+    [[nodiscard]] std::size_t find_if(const Predicate& predicate) const;
     void add(Tab tab);
     void remove(std::size_t index);
     void activate(std::size_t index);

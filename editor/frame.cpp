@@ -313,6 +313,12 @@ win32::Handled Frame::handle(const win32::Message& message)
     case WM_INITMENUPOPUP:
         on_menu(reinterpret_cast<HMENU>(message.wparam));
         return 0;
+    case WM_MEASUREITEM:
+        toolbar_->measure_menu_image(*reinterpret_cast<MEASUREITEMSTRUCT*>(message.lparam));
+        return TRUE;
+    case WM_DRAWITEM:
+        toolbar_->draw_menu_image(*reinterpret_cast<const DRAWITEMSTRUCT*>(message.lparam));
+        return TRUE;
     case WM_TIMER:
         on_timer(message.wparam);
         return 0;
@@ -408,7 +414,7 @@ void Frame::on_menu(HMENU menu)
     item.fMask = MIIM_STRING | MIIM_STATE | MIIM_BITMAP;
     item.fState = (status.enabled ? MFS_ENABLED : MFS_GRAYED) | (status.checked ? MFS_CHECKED : 0U);
     item.dwTypeData = name.data();
-    item.hbmpItem = toolbar_->menu_bitmap();
+    item.hbmpItem = toolbar_->has_plugin_image() ? HBMMENU_CALLBACK : nullptr;
     SetMenuItemInfoW(menu, QUORREL_PLUGIN_COMMAND, FALSE, &item);
 }
 

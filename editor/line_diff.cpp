@@ -50,9 +50,16 @@ public:
     }
 
 private:
+    // Where a diagonal, from -edits to edits, stands in its round.
+    static std::size_t slot(std::int32_t edits, std::int32_t diagonal)
+    {
+        const std::int32_t place = diagonal + edits;
+        return static_cast<std::size_t>(place);
+    }
+
     [[nodiscard]] std::int32_t reached(std::int32_t edits, std::int32_t diagonal) const
     {
-        return rounds_[static_cast<std::size_t>(edits)][static_cast<std::size_t>(diagonal + edits)];
+        return rounds_[static_cast<std::size_t>(edits)][slot(edits, diagonal)];
     }
 
     // The diagonal from which `diagonal` is reached by the edit number `edits`.
@@ -76,7 +83,7 @@ private:
             }
             while (x < width_ && x - diagonal < height_ && equal(x, x - diagonal))
                 ++x;
-            rounds_.back()[static_cast<std::size_t>(diagonal + edits)] = x;
+            rounds_.back()[slot(edits, diagonal)] = x;
             if (x >= width_ && x - diagonal >= height_)
                 return true;
         }

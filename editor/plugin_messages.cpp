@@ -68,6 +68,8 @@ LRESULT inform(const Call& call)
 {
     switch (call.wparam) {
     case host::INFO_VIEW_STATE:
+        // Whether documents have tabs. A plug-in that is told no has them shown, which comparing
+        // needs.
         return call.frame.documents().tabs_shown();
     case host::INFO_DOCUMENT_PATH:
         return give_path(call, call.frame.documents().active_path());
@@ -149,7 +151,7 @@ DWORD read_profile(const Call& call)
     if (const auto* number = std::get_if<std::uint32_t>(&*value))
         return record->type == host::PROFILE_NUMBER ? copy_value(number, sizeof *number, *record)
                                                     : ERROR_INVALID_DATATYPE;
-    const std::wstring& text = std::get<std::wstring>(*value);
+    const auto& text = std::get<std::wstring>(*value);
     return record->type == host::PROFILE_STRING
                ? copy_value(text.c_str(), (text.size() + 1) * sizeof(wchar_t), *record)
                : ERROR_INVALID_DATATYPE;

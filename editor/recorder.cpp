@@ -31,7 +31,7 @@ std::wstring format_line(const Received& received)
 
 }  // namespace
 
-Recorder::Recorder(const std::filesystem::path& file) : file_(file)
+Recorder::Recorder(std::filesystem::path file) : file_(std::move(file))
 {
     if (!file_.empty())
         write_file(file_, {});

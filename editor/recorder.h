@@ -25,7 +25,7 @@ struct Received {
 class Recorder {
 public:
     // An empty path: no file. An existing file is begun anew.
-    explicit Recorder(const std::filesystem::path& file);
+    explicit Recorder(std::filesystem::path file);
 
     void add(Received received);
     [[nodiscard]] const std::vector<Received>& all() const noexcept { return received_; }

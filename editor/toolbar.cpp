@@ -18,6 +18,12 @@ constexpr WPARAM BITMAP_LARGE = 0x200;    // for images of 24 pixels
 // Answer to QUERY_MASK_COLOR: the bitmap has an alpha channel in place of a colour that is left out.
 constexpr LRESULT NO_MASK_COLOR = -1;
 
+// The editor's own images, each of which has its place in a strip.
+constexpr int STRIP_IMAGES = 3;
+// Room around an image, at 96 DPI. It is part of what is drawn, since not every toolbar control
+// centres its images in a larger button.
+constexpr int MARGIN = 4;
+
 struct Size {
     int pixels;
     WORD strip;
@@ -76,6 +82,7 @@ Toolbar::Toolbar(HWND frame)
         button.iString = reinterpret_cast<INT_PTR>(each.text);
         SendMessageW(window_, TB_ADDBUTTONSW, 1, reinterpret_cast<LPARAM>(&button));
     }
+    SendMessageW(window_, TB_AUTOSIZE, 0, 0);
 }
 
 void Toolbar::on_dpi()
@@ -87,11 +94,13 @@ void Toolbar::on_dpi()
 
     const Size& size = size_for(scaled(16, dpi));
     image_size_ = size.pixels;
-    ImageList images(ImageList_Create(image_size_, image_size_, ILC_COLOR32 | ILC_MASK, 4, 1));
-    ImageList_Add(images.get(), load_bitmap(program(), size.strip, 0, 0).get(), nullptr);
+    cell_size_ = image_size_ + 2 * scaled(MARGIN, dpi);
+    ImageList images(ImageList_Create(cell_size_, cell_size_, ILC_COLOR32 | ILC_MASK, 4, 1));
+    const Bitmap strip = load_bitmap(program(), size.strip, 0, 0);
+    for (int image = 0; image < STRIP_IMAGES; ++image)
+        ImageList_Add(images.get(), with_margin(strip.get(), image).get(), nullptr);
     SendMessageW(window_, TB_SETIMAGELIST, 0, reinterpret_cast<LPARAM>(images.get()));
     images_ = std::move(images);
-    SendMessageW(window_, TB_SETPADDING, 0, MAKELPARAM(scaled(8, dpi), scaled(8, dpi)));
     SendMessageW(window_, TB_AUTOSIZE, 0, 0);
 }
 
@@ -102,11 +111,10 @@ void Toolbar::show_plugin(const PluginLibrary& plugin, HWND view)
         static_cast<WPARAM>(SendMessageW(window_, TB_COMMANDTOINDEX, QUORREL_PLUGIN_COMMAND, 0)),
         0);
     plugin_name_ = plugin.name(view);
-    const int image = add_plugin_image(plugin, view);
-    menu_bitmap_ = draw_for_menu(image);
+    plugin_image_ = add_plugin_image(plugin, view);
 
     TBBUTTON button{};
-    button.iBitmap = image >= 0 ? image : I_IMAGENONE;
+    button.iBitmap = plugin_image_ >= 0 ? plugin_image_ : I_IMAGENONE;
     button.idCommand = QUORREL_PLUGIN_COMMAND;
     button.fsState = TBSTATE_ENABLED;
     button.fsStyle = BTNS_CHECK | BTNS_AUTOSIZE | BTNS_SHOWTEXT;
@@ -124,34 +132,43 @@ int Toolbar::add_plugin_image(const PluginLibrary& plugin, HWND view)
     const Bitmap bitmap = load_bitmap(plugin.module(), id, image_size_, image_size_);
     if (!bitmap)
         return -1;
+    const Bitmap cell = with_margin(bitmap.get(), 0);
     const LRESULT mask = plugin.query(view, host::QUERY_MASK_COLOR, flags, 0);
     return mask == NO_MASK_COLOR
-               ? ImageList_Add(images_.get(), bitmap.get(), nullptr)
-               : ImageList_AddMasked(images_.get(), bitmap.get(), static_cast<COLORREF>(mask));
+               ? ImageList_Add(images_.get(), cell.get(), nullptr)
+               : ImageList_AddMasked(images_.get(), cell.get(), static_cast<COLORREF>(mask));
 }
 
-Toolbar::Bitmap Toolbar::draw_for_menu(int image) const
+void Toolbar::measure_menu_image(MEASUREITEMSTRUCT& item) const
 {
-    const win32::IconHandle icon(image >= 0 ? ImageList_GetIcon(images_.get(), image, ILD_NORMAL)
-                                            : nullptr);
-    if (!icon)
-        return {};
-    // A menu wants the colours multiplied by the alpha, which drawing onto nothing gives.
+    item.itemWidth = static_cast<UINT>(image_size_);
+    item.itemHeight = static_cast<UINT>(image_size_);
+}
+
+void Toolbar::draw_menu_image(const DRAWITEMSTRUCT& item) const
+{
+    const int margin = (cell_size_ - image_size_) / 2;
+    ImageList_Draw(images_.get(), plugin_image_, item.hDC, item.rcItem.left - margin,
+                   item.rcItem.top - margin, ILD_NORMAL);
+}
+
+Toolbar::Bitmap Toolbar::with_margin(HBITMAP strip, int image) const
+{
     BITMAPINFO info{};
     info.bmiHeader.biSize = sizeof info.bmiHeader;
-    info.bmiHeader.biWidth = image_size_;
-    info.bmiHeader.biHeight = image_size_;
+    info.bmiHeader.biWidth = cell_size_;
+    info.bmiHeader.biHeight = cell_size_;
     info.bmiHeader.biPlanes = 1;
     info.bmiHeader.biBitCount = 32;
     void* bits = nullptr;
-    Bitmap bitmap(CreateDIBSection(nullptr, &info, DIB_RGB_COLORS, &bits, nullptr, 0));
-    const HDC memory = CreateCompatibleDC(nullptr);
-    {
-        const win32::SelectedObject selected(memory, bitmap.get());
-        DrawIconEx(memory, 0, 0, icon.get(), image_size_, image_size_, 0, nullptr, DI_NORMAL);
-    }
-    DeleteDC(memory);
-    return bitmap;
+    Bitmap cell(CreateDIBSection(nullptr, &info, DIB_RGB_COLORS, &bits, nullptr, 0));
+    const MemoryDc from(strip);
+    const MemoryDc to(cell.get());
+    const int margin = (cell_size_ - image_size_) / 2;
+    // Between bitmaps of 32 bits the alpha is copied as it stands.
+    BitBlt(to.get(), margin, margin, image_size_, image_size_, from.get(), image * image_size_, 0,
+           SRCCOPY);
+    return cell;
 }
 
 void Toolbar::set_plugin_status(PluginLibrary::Status status)

@@ -20,8 +20,11 @@ public:
     // Puts the plug-in's button at the end, or takes its new name over.
     void show_plugin(const PluginLibrary& plugin, HWND view);
     void set_plugin_status(PluginLibrary::Status status);
-    // The plug-in's image for menus; null when it has none. The toolbar's own.
-    [[nodiscard]] HBITMAP menu_bitmap() const noexcept { return menu_bitmap_.get(); }
+    // A menu item whose bitmap is HBMMENU_CALLBACK shows the plug-in's image by these two, since not
+    // every Windows draws a menu's own bitmaps with their alpha.
+    [[nodiscard]] bool has_plugin_image() const noexcept { return plugin_image_ >= 0; }
+    void measure_menu_image(MEASUREITEMSTRUCT& item) const;
+    void draw_menu_image(const DRAWITEMSTRUCT& item) const;
     // Takes the images and the font for the window's DPI. The plug-in has to be shown again.
     void on_dpi();
 
@@ -30,13 +33,15 @@ private:
     using Bitmap = win32::UniqueHandle<HBITMAP, ::DeleteObject>;
 
     int add_plugin_image(const PluginLibrary& plugin, HWND view);
-    [[nodiscard]] Bitmap draw_for_menu(int image) const;
+    // One image of a strip in a cell of the image list.
+    [[nodiscard]] Bitmap with_margin(HBITMAP strip, int image) const;
 
     HWND window_;
     int image_size_ = 0;
+    int cell_size_ = 0;
     ImageList images_;
     win32::FontHandle font_;
-    Bitmap menu_bitmap_;
+    int plugin_image_ = -1;
     std::wstring plugin_name_;
 };
 

@@ -23,6 +23,27 @@ win32::FontHandle document_font(UINT dpi);
 // Height of a line of text in `font`.
 int line_height(HWND window, HFONT font);
 
+// A device context in memory that draws on a bitmap, which must outlive it.
+class MemoryDc {
+public:
+    explicit MemoryDc(HBITMAP bitmap)
+        : dc_(CreateCompatibleDC(nullptr)), former_(SelectObject(dc_, bitmap))
+    {
+    }
+    ~MemoryDc()
+    {
+        SelectObject(dc_, former_);
+        DeleteDC(dc_);
+    }
+    MemoryDc(const MemoryDc&) = delete;
+    MemoryDc& operator=(const MemoryDc&) = delete;
+    [[nodiscard]] HDC get() const noexcept { return dc_; }
+
+private:
+    HDC dc_;
+    HGDIOBJ former_;
+};
+
 // Registers a window class of this program unless it is registered already.
 void register_class(const wchar_t* name, WNDPROC procedure, HBRUSH background,
                     const wchar_t* cursor, HICON icon = nullptr);

@@ -170,14 +170,14 @@ void select_rows(HWND dialog, int list, const std::vector<int>& rows)
 BoxAnswer::BoxAnswer(int button) : button_(button)
 {
     constexpr UINT INTERVAL_MILLISECONDS = 20;
-    active_ = this;
+    active = this;
     timer_ = SetTimer(nullptr, 0, INTERVAL_MILLISECONDS, look);
 }
 
 BoxAnswer::~BoxAnswer()
 {
     KillTimer(nullptr, timer_);
-    active_ = nullptr;
+    active = nullptr;
 }
 
 void BoxAnswer::look(HWND, UINT, UINT_PTR, DWORD)
@@ -185,9 +185,9 @@ void BoxAnswer::look(HWND, UINT, UINT_PTR, DWORD)
     EnumThreadWindows(
         GetCurrentThreadId(),
         [](HWND window, LPARAM) -> BOOL {
-            if (active_ == nullptr || active_->text_ || !is_box(window))
+            if (active == nullptr || active->text_ || !is_box(window))
                 return TRUE;
-            active_->answer(window);
+            active->answer(window);
             return FALSE;
         },
         0);

@@ -42,7 +42,10 @@ public:
     // The text of the settings file.
     [[nodiscard]] std::string settings() const;
 
-    bool open(const std::filesystem::path& file) { return frame().documents().open(file, false); }
+    [[nodiscard]] bool open(const std::filesystem::path& file) const
+    {
+        return frame().documents().open(file, false);
+    }
     // Chooses the plug-in's command in the menu.
     void issue_command();
     // Issues it unless the panel is open; the panel's dialog, null when none was docked.
@@ -97,7 +100,7 @@ private:
     static void CALLBACK look(HWND window, UINT message, UINT_PTR timer, DWORD time);
     void answer(HWND box);
 
-    static inline BoxAnswer* active_ = nullptr;
+    static inline BoxAnswer* active = nullptr;
 
     int button_;
     UINT_PTR timer_;

@@ -98,7 +98,7 @@ void on_bar_closed(const host::CustomBarClosed& closed)
 
 extern "C" {
 
-__declspec(dllexport) support::FakePlugin* WINAPI FakeState()
+__declspec(dllexport) support::FakePlugin* WINAPI fake_state()
 {
     return &fake;
 }

@@ -32,7 +32,7 @@ struct FakePlugin {
 
 // Exported by the fake beside the entry points of a plug-in: its one FakePlugin.
 using FakePluginState = FakePlugin*(WINAPI*)();
-inline constexpr char fake_plugin_state[] = "FakeState";
+inline constexpr char fake_plugin_state[] = "fake_state";
 
 // Controls of the fake's dialog.
 inline constexpr int FAKE_BUTTON = 101;
