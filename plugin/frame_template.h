@@ -19,8 +19,9 @@ namespace revlane {
 //   void on_event(HWND window, UINT event, LPARAM argument);
 //   LRESULT on_query(UINT query, WPARAM wparam, LPARAM lparam);
 //   bool is_bar_open() const;
-//   void close_panel();     the panel goes, without a word to the editor
-//   bool has_windows() const; windows of the plug-in live
+//   void close_panel();       the panel goes, without a word to the editor
+//   void end_windows();       the other windows go
+//   bool has_windows() const; work of the plug-in's windows may be under way
 template <typename Derived>
 class CQTLFrame {
 public:
@@ -113,6 +114,9 @@ void CQTLFrame<Derived>::create(HWND key, HWND window, UINT flags, LPARAM argume
 template <typename Derived>
 void CQTLFrame<Derived>::close(HWND key, HWND window, UINT flags, LPARAM argument)
 {
+    // Windows wait for their work as they go, and work that loads a text takes the lock.
+    if (Derived* frame = find_key(key))
+        frame->end_windows();
     std::unique_ptr<Derived> closed;
     {
         const host::FrameLock lock;
@@ -132,6 +136,9 @@ void CQTLFrame<Derived>::close(HWND key, HWND window, UINT flags, LPARAM argumen
 template <typename Derived>
 void CQTLFrame<Derived>::unload()
 {
+    // As in close. The map is changed by this thread only.
+    for (const auto& [key, frame] : *frames_)
+        frame->end_windows();
     std::unique_ptr<Map> frames;
     {
         const host::FrameLock lock;

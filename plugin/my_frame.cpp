@@ -91,6 +91,11 @@ void MyCFrame::close_panel()
     const std::unique_ptr<ChangesSidebar> closed = std::move(sidebar_);
 }
 
+void MyCFrame::end_windows()
+{
+    close_modeless_dialogs(window_);
+}
+
 HWND MyCFrame::panel() const noexcept
 {
     return bar_open_ && sidebar_ != nullptr ? sidebar_->window() : nullptr;
@@ -137,7 +142,6 @@ void MyCFrame::on_created(HWND window)
 
 void MyCFrame::on_closed()
 {
-    close_modeless_dialogs(window_);
     if (std::exchange(holds_library_, false))
         git_libgit2_shutdown();
     remove_temp_directory();

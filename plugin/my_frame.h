@@ -29,6 +29,7 @@ public:
     [[nodiscard]] bool is_bar_open() const noexcept { return bar_open_; }
     [[nodiscard]] bool has_windows() const noexcept { return sidebar_ != nullptr; }
     void close_panel();
+    void end_windows();
 
 private:
     // The second docked bar that the frame layer has room for. Nothing opens it yet.
