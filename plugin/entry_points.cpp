@@ -71,7 +71,7 @@ LRESULT WINAPI PlugInProc(HWND window, UINT query, WPARAM wparam, LPARAM lparam)
                    [=] { return MyCFrame::dispatch_query(window, query, wparam, lparam); });
 }
 
-BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID /*reserved*/)
+BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID)
 {
     if (reason == DLL_PROCESS_ATTACH)
         host::set_own_module(module);

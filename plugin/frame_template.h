@@ -31,7 +31,7 @@ public:
 
     // The user has chosen the plug-in's command; `window` is the window that the editor names.
     virtual void OnCommand(HWND window) { static_cast<Derived*>(this)->OnCommand(window); }
-    virtual LRESULT on_user_message(WPARAM /*wparam*/, LPARAM /*lparam*/) { return 0; }
+    virtual LRESULT on_user_message(WPARAM, LPARAM) { return 0; }
     virtual ~CQTLFrame() = default;
 
     // The frame that `window` belongs to; null when the editor has announced none.

@@ -28,7 +28,7 @@ constexpr UINT_PTR TIMER_PANEL = 2;
 // Events that come closer together than this are one refresh.
 constexpr UINT REFRESH_DELAY_MS = 10;
 
-void CALLBACK refresh_now(HWND window, UINT /*message*/, UINT_PTR timer, DWORD /*time*/) noexcept
+void CALLBACK refresh_now(HWND window, UINT, UINT_PTR timer, DWORD) noexcept
 {
     KillTimer(window, timer);
     PostMessageW(window, WM_REVLANE_REFRESH, 0, 0);

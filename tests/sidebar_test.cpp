@@ -256,6 +256,38 @@ TEST(Sidebar, StagesUnstagesAndDiscardsTheSelection)
     EXPECT_EQ(repository.read_file("a.txt"), "two\n");
 }
 
+TEST(Sidebar, ComparesAndOpensTheSelection)
+{
+    const TempRepository repository = with_files();
+    make_changes(repository);
+    Panel panel(repository);
+    ASSERT_TRUE(panel.agrees_with_git());
+    const auto received = [&](UINT message) {
+        return panel.driver().editor().recorder().of(message);
+    };
+    // Enter does what the default item of the menu does.
+    panel.select(IDC_CHANGES_LIST, {L"a.txt"});
+    SetFocus(panel.control(IDC_CHANGES_LIST));
+    panel.driver().press_key(panel.control(IDC_CHANGES_LIST), VK_RETURN);
+    ASSERT_TRUE(panel.wait([&] { return received(host::QM_COMPARE).size() == 1; }));
+    EXPECT_TRUE(contains(received(host::QM_COMPARE)[0].texts.at(0), L"-a.txt"));
+    EXPECT_TRUE(received(host::QM_COMPARE)[0].texts.at(1).ends_with(L"\\a.txt"));
+    panel.select(IDC_STAGED_LIST, {L"b.txt"});
+    panel.choose(ID_STAGED_COMPARE);
+    ASSERT_TRUE(panel.wait([&] { return received(host::QM_COMPARE).size() == 2; }));
+
+    const std::size_t opened = received(host::QM_OPEN_FILE).size();
+    panel.select(IDC_CHANGES_LIST, {L"a.txt", L"with space.txt"});
+    panel.choose(ID_OPEN_FILE);
+    EXPECT_TRUE(panel.wait([&] { return received(host::QM_OPEN_FILE).size() == opened + 2; }));
+    // A file that has vanished since it was listed.
+    panel.select(IDC_CHANGES_LIST, {L"empty.txt (new)"});
+    repository.remove("empty.txt");
+    EXPECT_TRUE(contains(
+        panel.box_after([&] { SendMessageW(panel.dialog(), WM_COMMAND, ID_OPEN_FILE, 0); }),
+        L"empty.txt"));
+}
+
 TEST(Sidebar, CommitsWhatIsStaged)
 {
     const TempRepository repository = with_files();
