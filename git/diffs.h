@@ -25,8 +25,8 @@ Result<std::optional<FileChange>> diff_trees_for_path(git_tree* old_tree, git_tr
 Result<std::vector<FileChange>> diff_head_to_index(git_repository* repository);
 // With untracked files, each by its own path. `is_cancelled` (may be empty) is asked as the diff
 // goes on, on this thread; once it says true the diff ends with an Error.
-Result<std::vector<FileChange>> diff_index_to_workdir(git_repository* repository,
-                                                      const std::function<bool()>& is_cancelled = {});
+Result<std::vector<FileChange>>
+diff_index_to_workdir(git_repository* repository, const std::function<bool()>& is_cancelled = {});
 
 // Adds the path's file to the index and writes it. Fails for a missing file.
 Result<void> stage_path(git_repository* repository, std::wstring_view path);

@@ -45,7 +45,8 @@ Result<std::optional<std::string>> remote_name_of(const git_reference* reference
 Result<BranchList> list_branches(git_repository* repository);
 // The commits of the tags whose name matches "*{text}*", once for each tag. A tag on anything else is
 // left out.
-Result<std::vector<git_oid>> tag_targets_matching(git_repository* repository, std::string_view text);
+Result<std::vector<git_oid>> tag_targets_matching(git_repository* repository,
+                                                  std::string_view text);
 Result<TagMap> tag_map(git_repository* repository);
 
 // The id of all zeros means "none".

@@ -19,6 +19,7 @@ bool post_owned(HWND window, UINT message, std::unique_ptr<T> payload) noexcept
         !PostMessageW(window, message, reinterpret_cast<WPARAM>(payload.get()), 0))
         return false;
     (void)payload.release();
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): the message carries it now.
     return true;
 }
 

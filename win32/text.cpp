@@ -1,8 +1,7 @@
 #include "win32/text.h"
 
-#include <windows.h>
-
 #include <gsl/narrow>
+#include <windows.h>
 
 namespace win32 {
 

@@ -5,8 +5,8 @@
 
 #include "win32/error_box.h"
 
-#include <commctrl.h>
 #include <windows.h>
+#include <commctrl.h>
 
 #include <functional>
 #include <memory>
