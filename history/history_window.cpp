@@ -90,7 +90,7 @@ private:
     LRESULT on_init(HWND dialog);
     win32::Handled on_posted_message(const win32::Message& message);
     win32::Handled on_mouse(const win32::Message& message);
-    win32::Handled on_notify(const NMHDR& header);
+    win32::Handled on_notify(NMHDR& header);
     win32::Handled on_command(UINT id, UINT code);
     win32::Handled on_set_cursor() const;
     void on_minimum_size(MINMAXINFO& info) const;
@@ -107,8 +107,8 @@ private:
     void show_start(bool anew);
     void show_file_history(const std::wstring& path);
     void apply_filter();
-    void show_details(const git_oid& commit);
-    void open_commit(const git_oid& commit);
+    void show_details(const git_oid& id);
+    void open_commit(const git_oid& id);
     void compare_commits(const RevisionPair& commits);
     void compare_tree_file();
     void show_changes(const git::Result<std::vector<git::FileChange>>& changes,
@@ -180,7 +180,7 @@ win32::Handled HistoryWindow::handle(const win32::Message& message)
         update_state();
         return 0;
     case WM_NOTIFY:
-        return on_notify(*reinterpret_cast<const NMHDR*>(message.lparam));
+        return on_notify(*reinterpret_cast<NMHDR*>(message.lparam));
     case WM_COMMAND:
         return on_command(LOWORD(message.wparam), HIWORD(message.wparam));
     case WM_SETCURSOR:
@@ -403,7 +403,7 @@ void HistoryWindow::show_file_history(const std::wstring& path)
     update_state();
 }
 
-win32::Handled HistoryWindow::on_notify(const NMHDR& header)
+win32::Handled HistoryWindow::on_notify(NMHDR& header)
 {
     if (header.idFrom == IDC_COMMIT_LIST)
         return list_.on_notify(header);
@@ -659,7 +659,7 @@ void HistoryWindow::on_minimum_size(MINMAXINFO& info) const
 int HistoryWindow::text_width(int control) const
 {
     const win32::WindowDc dc(dialog_);
-    const auto font = reinterpret_cast<HFONT>(SendMessageW(dialog_, WM_GETFONT, 0, 0));
+    auto* const font = reinterpret_cast<HFONT>(SendMessageW(dialog_, WM_GETFONT, 0, 0));
     const win32::SelectedObject selected(dc.get(), font);
     const std::wstring text = win32::window_text(item(control));
     SIZE size{};

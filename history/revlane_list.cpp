@@ -479,12 +479,11 @@ void RevlaneList::scroll_to(int top)
     ListView_EnsureVisible(list_, std::min(top, count - 1), FALSE);
 }
 
-LRESULT RevlaneList::on_notify(const NMHDR& header)
+LRESULT RevlaneList::on_notify(NMHDR& header)
 {
     switch (header.code) {
     case LVN_GETDISPINFOW:
-        // The list view hands out its records by their header and expects them filled in place.
-        on_display_info(*reinterpret_cast<NMLVDISPINFOW*>(const_cast<NMHDR*>(&header)));
+        on_display_info(reinterpret_cast<NMLVDISPINFOW&>(header));
         break;
     case LVN_ODCACHEHINT:
         (void)model_->row(
@@ -519,6 +518,8 @@ void RevlaneList::on_display_info(NMLVDISPINFOW& info)
         info.item.iSubItem < COLUMN_SUMMARY || info.item.iSubItem > COLUMN_ID)
         return;
     if (const git::CommitRow* row = model_->row(static_cast<std::size_t>(info.item.iItem)))
+        // The list view only reads it.
+        // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast)
         info.item.pszText = const_cast<wchar_t*>(column_text(*row, info.item.iSubItem).c_str());
 }
 

@@ -70,7 +70,7 @@ public:
     bool select_commit(const git_oid& id);
 
     // A notification of the list view.
-    LRESULT on_notify(const NMHDR& header);
+    LRESULT on_notify(NMHDR& header);
 
     // Greys the items of the context menu that do not fit the present selection.
     void prepare_menu(HMENU menu) const;
