@@ -19,8 +19,14 @@
 
 namespace {
 
-using namespace revlane;
-using namespace std::chrono_literals;
+using revlane::AutoFetcher;
+using revlane::DirectoryWatcher;
+using revlane::first_changed_name;
+using revlane::is_inside_git_directory;
+using revlane::ReportThrottle;
+using revlane::WM_REVLANE_FILES_CHANGED;
+using revlane::WM_REVLANE_TASK_DONE;
+using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace): literals only
 using support::pump_until;
 using support::TempFolder;
 using support::TempRepository;
@@ -177,7 +183,7 @@ struct FetchedRepository {
         work.script("echo a > a.txt; git add -A; commit one; git push -q -u origin main\n");
     }
     // Puts a commit on the remote's branch that `work` does not know yet.
-    void change_remote()
+    void change_remote() const
     {
         work.script(
             "git checkout -q -b tmp; commit two --allow-empty; git push -q origin tmp:main\n"

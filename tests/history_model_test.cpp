@@ -22,7 +22,19 @@
 
 namespace {
 
-using namespace revlane;
+using revlane::change_of_file;
+using revlane::changes_between;
+using revlane::changes_of_commit;
+using revlane::commit_details_text;
+using revlane::count_walk;
+using revlane::HistoryLayout;
+using revlane::HistoryLayoutInput;
+using revlane::lay_out_history;
+using revlane::read_reference_map;
+using revlane::RevListWithFilter;
+using revlane::splitter_position;
+using revlane::start_walk;
+using revlane::walk_file_history;
 using support::TempRepository;
 
 constexpr std::uint32_t NO_LIMIT = std::numeric_limits<std::uint32_t>::max();
