@@ -5,6 +5,7 @@
 #include "git/commands.h"
 #include "git/runner.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <initializer_list>
@@ -42,10 +43,7 @@ public:
     // Whether the filled text must split into the words that were meant.
     [[nodiscard]] constexpr bool is_guarded() const noexcept
     {
-        for (const Value value : values_)
-            if (value == Value::Loose)
-                return false;
-        return true;
+        return std::ranges::find(values_, Value::Loose) == values_.end();
     }
 
 private:

@@ -59,8 +59,7 @@ bool Git::Run::was_ended_locked() const noexcept
     return git_.shut_down_ || git_.cancellations_ != cancellations_at_start_;
 }
 
-Git::ReadScope::ReadScope(const Run& run, HANDLE pipe)
-    : git_(run.git_), pipe_(pipe), registered_(false)
+Git::ReadScope::ReadScope(const Run& run, HANDLE pipe) : git_(run.git_), pipe_(pipe)
 {
     const std::lock_guard guard(git_.lock_);
     if (run.was_ended_locked())

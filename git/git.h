@@ -85,7 +85,7 @@ public:
 private:
     Git& git_;
     HANDLE pipe_;
-    bool registered_;
+    bool registered_ = false;
 };
 
 // Registers a running process for its lifetime, and terminates it at once when the run was ended

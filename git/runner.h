@@ -41,6 +41,8 @@ struct RunningGit {
     RunningGit() = default;
     RunningGit(RunningGit&&) noexcept = default;
     RunningGit& operator=(RunningGit&&) = delete;
+    RunningGit(const RunningGit&) = delete;
+    RunningGit& operator=(const RunningGit&) = delete;
     ~RunningGit();
 
     win32::KernelHandle stdout_read;
