@@ -101,7 +101,8 @@ class Tidy:
         seen = set()
         self.included(path, seen)
         digest = hashlib.sha256(self.rules)
-        digest.update(command.encode())
+        # Another checkout of the same files gets the same answer.
+        digest.update(command.replace(str(ROOT), "").encode())
         for name in sorted(seen):
             digest.update(name.encode() + b"\0" + (ROOT / name).read_bytes() + b"\0")
         return digest.hexdigest()
