@@ -66,7 +66,7 @@ std::vector<RecordedRun> RecordedGit::take_runs()
 
     std::wstring_view text = bytes;
     const auto take_text = [&text] {
-        const std::wstring taken(text.substr(0, text.find(L'\0')));
+        std::wstring taken(text.substr(0, text.find(L'\0')));
         text.remove_prefix(taken.size() + 1);
         return taken;
     };
