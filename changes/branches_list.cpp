@@ -395,9 +395,10 @@ LRESULT BranchesList::draw(NMLVCUSTOMDRAW& draw) const
     const auto row = static_cast<std::size_t>(draw.nmcd.dwItemSpec);
     switch (draw.nmcd.dwDrawStage) {
     case CDDS_PREPAINT:
-        return CDRF_NOTIFYITEMDRAW;
     case CDDS_ITEMPREPAINT:
-        return CDRF_NOTIFYSUBITEMDRAW;
+        // The answer that asks for the parts of an item is the same number.
+        static_assert(CDRF_NOTIFYITEMDRAW == CDRF_NOTIFYSUBITEMDRAW);
+        return CDRF_NOTIFYITEMDRAW;
     case CDDS_ITEMPREPAINT | CDDS_SUBITEM: {
         if (row >= references_.size())
             return CDRF_DODEFAULT;
