@@ -1,11 +1,13 @@
 #include "git/commands.h"
 #include "git/handles.h"
+#include "git/locked_index.h"
 #include "win32/long_path.h"
 #include "win32/text.h"
 
 #include <fmt/format.h>
 
 #include <array>
+#include <memory>
 #include <utility>
 
 namespace git {
@@ -17,7 +19,7 @@ Error of_path(const std::string& path, const Error& error)
     return Error::own(fmt::format("{}: {}", path, to_utf8(error)));
 }
 
-// One repository with its index, opened for one staging.
+// One repository with its index, opened and locked for one staging.
 class Staging {
 public:
     static Result<Staging> open(const std::filesystem::path& workdir)
@@ -25,14 +27,13 @@ public:
         Result<Repository> repository = open_repository(workdir);
         if (!repository)
             return tl::unexpected(std::move(repository).error());
-        git_index* index = nullptr;
+        Result<std::unique_ptr<LockedIndex>> index = LockedIndex::open(repository->handle.get());
+        if (!index)
+            return tl::unexpected(std::move(index).error());
         git_config* config = nullptr;
-        if (git_repository_index(&index, repository->handle.get()) != 0)
-            return tl::unexpected(error_from_libgit2());
-        Index owned_index(index);
         if (git_repository_config_snapshot(&config, repository->handle.get()) != 0)
             return tl::unexpected(error_from_libgit2());
-        return Staging(std::move(*repository), std::move(owned_index), Config(config));
+        return Staging(std::move(*repository), std::move(*index), Config(config));
     }
 
     // Whether no file is at the path any more; a folder may have taken its place.
@@ -46,8 +47,8 @@ public:
         if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
             return false;
         std::size_t position = 0;
-        return git_index_find(&position, index_.get(), path.c_str()) == 0 &&
-               git_index_get_byindex(index_.get(), position)->mode != GIT_FILEMODE_COMMIT &&
+        return git_index_find(&position, index_->get(), path.c_str()) == 0 &&
+               git_index_get_byindex(index_->get(), position)->mode != GIT_FILEMODE_COMMIT &&
                (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
     }
 
@@ -68,18 +69,18 @@ public:
 
     [[nodiscard]] int add(const std::string& path) const
     {
-        return git_index_add_bypath(index_.get(), path.c_str());
+        return git_index_add_bypath(index_->get(), path.c_str());
     }
 
     [[nodiscard]] int remove(const std::string& path) const
     {
-        return git_index_remove_bypath(index_.get(), path.c_str());
+        return git_index_remove_bypath(index_->get(), path.c_str());
     }
 
-    [[nodiscard]] int write() const { return git_index_write(index_.get()); }
+    [[nodiscard]] Result<void> write() const { return index_->write(); }
 
 private:
-    Staging(Repository repository, Index index, Config config)
+    Staging(Repository repository, std::unique_ptr<LockedIndex> index, Config config)
         : repository_(std::move(repository)), index_(std::move(index)), config_(std::move(config))
     {
     }
@@ -96,12 +97,12 @@ private:
     }
 
     Repository repository_;
-    Index index_;
+    std::unique_ptr<LockedIndex> index_;
     Config config_;
 };
 
 // Stages what libgit2 can stage and writes the index once; returns the paths that are left to git.
-Result<std::vector<std::string>> stage_in_index(const Staging& staging, const Git::Run& run,
+Result<std::vector<std::string>> stage_in_index(Staging staging, const Git::Run& run,
                                                 const std::vector<std::string>& paths)
 {
     // What is gone goes first: a folder may have come where a file was, or the other way round.
@@ -124,9 +125,9 @@ Result<std::vector<std::string>> stage_in_index(const Staging& staging, const Gi
         else if (staging.add(*path) != 0)
             return tl::unexpected(of_path(*path, error_from_libgit2()));
     }
-    if (left.size() < paths.size() && staging.write() != 0)
-        return tl::unexpected(error_from_libgit2());
-    return left;
+    if (left.size() == paths.size())
+        return left;
+    return staging.write().map([&] { return std::move(left); });
 }
 
 }  // namespace
@@ -145,8 +146,8 @@ CommandResult stage_paths(const CommandContext& context, const std::vector<std::
 
     const Git::Run run(context.git);
     const LibraryScope library;
-    const auto left = Staging::open(context.workdir).and_then([&](const Staging& staging) {
-        return stage_in_index(staging, run, utf8_paths);
+    const auto left = Staging::open(context.workdir).and_then([&](Staging&& staging) {
+        return stage_in_index(std::move(staging), run, utf8_paths);
     });
     if (!left) {
         result.output = to_utf8(left.error());

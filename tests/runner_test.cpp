@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <shellapi.h>
 
+#include <array>
 #include <atomic>
 #include <fstream>
 #include <future>
@@ -198,11 +199,20 @@ TEST_F(Runner, NeverStallsAChildThatPrintsMuchOnBothStreams)
     }
 }
 
-TEST_F(Runner, WaitsForAChildThatClosedItsOutputs)
+TEST_F(Runner, TheEndOfTheStreamIsNotTheEndOfTheChild)
 {
-    const git::CommandResult result = play(L"out o close-outputs - pause 300 exit 4");
-    EXPECT_FALSE(result.ok);
-    EXPECT_EQ(result.output, "o");
+    auto running = git::start_git(L"play pause 300 exit 4", folder_.path());
+    ASSERT_TRUE(running) << git::to_utf8(running.error());
+    // In place of a child that closes its output early.
+    win32::KernelHandle write_end;
+    ASSERT_TRUE(CreatePipe(running->stdout_read.put(), write_end.put(), nullptr, 0));
+    DWORD written = 0;
+    ASSERT_TRUE(WriteFile(write_end.get(), "text", 4, &written, nullptr));
+    write_end.reset();
+
+    EXPECT_EQ(git::read_all(*running, git::Stream::Output, *git_).value(), "text");
+    EXPECT_FALSE(git::is_running(*running));
+    EXPECT_EQ(git::exit_code(*running), 4U);
 }
 
 TEST_F(Runner, DoesNotWaitForWhatTheChildLeftBehind)
@@ -217,23 +227,37 @@ TEST_F(Runner, DoesNotWaitForWhatTheChildLeftBehind)
     EXPECT_LT(std::chrono::steady_clock::now() - start, deadline);
 }
 
-TEST_F(Runner, TwoChildrenNeverHoldEachOthersPipes)
+TEST_F(Runner, AChildNeverHoldsThePipeOfAnother)
 {
-    // If a child inherited the write end of the other one's pipe, the short run would last as long
-    // as the long one, or be given up a second after its end.
+    // Were the write end of a short run's pipe inherited by a long run that starts at the same time,
+    // the short run's stream would have no end until the long run has.
     const NamedEvent end;
-    std::vector<std::future<git::CommandResult>> runs;
-    for (int i = 0; i < 8; ++i)
-        runs.push_back(std::async(std::launch::async, [&, i] {
-            return play(i % 2 == 0 ? L"out short" : L"wait " + end.name() + L" out long");
-        }));
-    for (std::size_t i = 0; i < runs.size(); i += 2) {
-        ASSERT_EQ(runs[i].wait_for(deadline), std::future_status::ready);
-        EXPECT_EQ(runs[i].get().output, "short");
+    const auto read_to_the_end = [&](const std::wstring& steps) {
+        auto running = git::start_git(L"play " + steps, folder_.path());
+        std::string text;
+        while (running) {
+            const auto count = git::read_chunk(running->stdout_read.get(), text, *git_);
+            if (!count || *count == 0)
+                break;
+        }
+        return text;
+    };
+    std::array<std::future<std::string>, 8> short_runs;
+    std::array<std::future<std::string>, 8> long_runs;
+    for (std::size_t i = 0; i < short_runs.size(); ++i) {
+        long_runs.at(i) =
+            std::async(std::launch::async, read_to_the_end, L"wait " + end.name() + L" out long");
+        short_runs.at(i) = std::async(std::launch::async, read_to_the_end, L"out short");
     }
+    bool all_ended = true;
+    for (auto& run : short_runs)
+        all_ended = all_ended && run.wait_for(deadline) == std::future_status::ready;
+    EXPECT_TRUE(all_ended);
     end.set();
-    for (std::size_t i = 1; i < runs.size(); i += 2)
-        EXPECT_EQ(runs[i].get().output, "long");
+    for (auto& run : short_runs)
+        EXPECT_EQ(run.get(), "short");
+    for (auto& run : long_runs)
+        EXPECT_EQ(run.get(), "long");
 }
 
 // ---- Failures to start -----------------------------------------------------------------------------

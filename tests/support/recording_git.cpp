@@ -8,7 +8,6 @@
 //   out TEXT, err TEXT                 write the text
 //   signal NAME, wait NAME             set an event, wait for one
 //   pause MILLISECONDS                 do nothing for a while
-//   close-outputs -                    close both outputs
 //   leave NAME                         start another process that inherits both outputs and ends
 //                                      when the event is set
 //   exit CODE                          end with this code
@@ -109,9 +108,6 @@ void play(const std::wstring& step, const std::wstring& argument)
         WaitForSingleObject(event_named(argument).get(), longest_wait_ms);
     } else if (step == L"pause") {
         Sleep(std::stoul(argument));
-    } else if (step == L"close-outputs") {
-        CloseHandle(GetStdHandle(STD_OUTPUT_HANDLE));
-        CloseHandle(GetStdHandle(STD_ERROR_HANDLE));
     } else if (step == L"leave") {
         leave_child(argument);
     } else if (step == L"exit") {

@@ -1,0 +1,42 @@
+// A change of the index that loses nothing of what another git stages meanwhile.
+#pragma once
+
+#include "git/error.h"
+#include "git/handles.h"
+#include "win32/handle.h"
+
+#include <git2.h>
+
+#include <filesystem>
+#include <memory>
+
+namespace git {
+
+// Holds git's own lock, the file "index.lock", from before the index is read until it has been
+// replaced, as git itself does; libgit2 takes it for the writing only. Hence the changes are made to
+// a copy of the file, which then takes the place of the original. The lock goes with its handle, even
+// if the editor crashes. Used on the thread of the repository, which must outlive it.
+class LockedIndex {
+public:
+    // Fails at once while another git holds the lock. The repository is for this one change: its
+    // index is the copy from now on.
+    static Result<std::unique_ptr<LockedIndex>> open(git_repository* repository);
+    // What was not written is dropped.
+    ~LockedIndex();
+    LockedIndex(const LockedIndex&) = delete;
+    LockedIndex& operator=(const LockedIndex&) = delete;
+
+    [[nodiscard]] git_index* get() const noexcept { return index_.get(); }
+    // Writes the changes and ends the lock.
+    Result<void> write();
+
+private:
+    LockedIndex(const std::filesystem::path& path, win32::FileHandle lock);
+
+    std::filesystem::path path_;
+    std::filesystem::path copy_;
+    win32::FileHandle lock_;
+    Index index_;
+};
+
+}  // namespace git
