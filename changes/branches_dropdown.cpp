@@ -2,6 +2,10 @@
 
 #include "changes/branch_switch.h"
 #include "changes/command_task.h"
+#include "changes/get_dpi.h"
+#include "changes/list_control.h"
+#include "changes/name_search.h"
+#include "win32/handle.h"
 #include "win32/text.h"
 
 #include <algorithm>
@@ -11,12 +15,20 @@ namespace revlane {
 
 namespace {
 
+// Around the names in the list, at 96 DPI.
+constexpr int LIST_PADDING = 12;
+
+// After a pause typing begins anew, as it does in a list view.
+constexpr std::chrono::seconds TYPING_PAUSE{1};
+
 // Keys that change the selection of a closed combo box at once.
 bool selects_at_once(WPARAM key)
 {
     switch (key) {
     case VK_UP:
     case VK_DOWN:
+    case VK_LEFT:
+    case VK_RIGHT:
     case VK_PRIOR:
     case VK_NEXT:
     case VK_HOME:
@@ -25,6 +37,18 @@ bool selects_at_once(WPARAM key)
     default:
         return false;
     }
+}
+
+git::BranchList copy_of(const git::BranchList& references)
+{
+    git::BranchList copies;
+    copies.reserve(references.size());
+    for (const git::Reference& reference : references) {
+        git_reference* copy = nullptr;
+        git::check_libgit2(git_reference_dup(&copy, reference.get()));
+        copies.emplace_back(copy);
+    }
+    return copies;
 }
 
 // Counts a task for as long as it exists: until it has run, or was dropped.
@@ -66,13 +90,13 @@ void BranchesDropdown::set_repository(const git::Repository* repository)
     repo_ = repository;
 }
 
-void BranchesDropdown::fill(git::BranchList references, const git_reference* current,
+void BranchesDropdown::fill(const git::BranchList& references, const git_reference* current,
                             const std::optional<std::wstring>& unborn)
 {
-    Contents contents{std::move(references),
+    Contents contents{copy_of(references),
                       current != nullptr ? git_reference_name(current) : std::string(), unborn};
     // Items that change under the pointer would be picked by mistake.
-    if (SendMessageW(combo_, CB_GETDROPPEDSTATE, 0, 0) != FALSE)
+    if (is_open())
         waiting_ = std::move(contents);
     else
         show(std::move(contents));
@@ -91,7 +115,8 @@ void BranchesDropdown::show(Contents contents)
     unborn_ = std::move(contents.unborn);
     if (names != names_) {
         names_ = std::move(names);
-        SendMessageW(combo_, WM_SETREDRAW, FALSE, 0);
+        is_list_fitted_ = false;
+        const RedrawPause pause(combo_);
         SendMessageW(combo_, CB_RESETCONTENT, 0, 0);
         std::size_t bytes = 0;
         for (const std::wstring& name : names_)
@@ -99,8 +124,6 @@ void BranchesDropdown::show(Contents contents)
         SendMessageW(combo_, CB_INITSTORAGE, names_.size(), static_cast<LPARAM>(bytes));
         for (const std::wstring& name : names_)
             SendMessageW(combo_, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(name.c_str()));
-        SendMessageW(combo_, WM_SETREDRAW, TRUE, 0);
-        InvalidateRect(combo_, nullptr, TRUE);
     }
     select_current();
 }
@@ -130,9 +153,38 @@ bool BranchesDropdown::select(std::string_view full_name)
     return true;
 }
 
+// Makes the list as wide as the longest name, since the control itself is narrow.
+void BranchesDropdown::fit_list()
+{
+    if (std::exchange(is_list_fitted_, true))
+        return;
+    const win32::WindowDc dc(combo_);
+    if (dc.get() == nullptr)
+        return;
+    auto* const font = reinterpret_cast<HFONT>(SendMessageW(combo_, WM_GETFONT, 0, 0));
+    const win32::SelectedObject selected(dc.get(),
+                                         font != nullptr ? font : GetStockObject(DEFAULT_GUI_FONT));
+    LONG width = 0;
+    for (const std::wstring& name : names_) {
+        SIZE size{};
+        GetTextExtentPoint32W(dc.get(), name.c_str(), static_cast<int>(name.size()), &size);
+        width = std::max(width, size.cx);
+    }
+    width += GetSystemMetrics(SM_CXVSCROLL) + scale(LIST_PADDING, get_dpi(combo_));
+    MONITORINFO monitor{};
+    monitor.cbSize = sizeof monitor;
+    if (GetMonitorInfoW(MonitorFromWindow(combo_, MONITOR_DEFAULTTONEAREST), &monitor))
+        width = std::min(width, monitor.rcWork.right - monitor.rcWork.left);
+    // Never narrower than the control: Windows sees to that.
+    SendMessageW(combo_, CB_SETDROPPEDWIDTH, static_cast<WPARAM>(width), 0);
+}
+
 void BranchesDropdown::on_command(UINT code)
 {
     switch (code) {
+    case CBN_DROPDOWN:
+        fit_list();
+        break;
     case CBN_SELENDOK:
         was_picked_ = true;
         break;
@@ -184,23 +236,48 @@ bool BranchesDropdown::is_switching() const noexcept
     return *switches_ > 0;
 }
 
+// Letters that follow each other soon make one name.
+void BranchesDropdown::on_typed(wchar_t letter)
+{
+    const auto now = std::chrono::steady_clock::now();
+    if (now - last_typed_ > TYPING_PAUSE)
+        typed_.clear();
+    last_typed_ = now;
+    typed_ += letter;
+    // The first letter again and again leads from name to name.
+    const std::size_t start =
+        static_cast<std::size_t>(std::max<LRESULT>(SendMessageW(combo_, CB_GETCURSEL, 0, 0), 0)) +
+        (typed_.size() == 1 ? 1 : 0);
+    if (const auto found = find_name(names_, typed_, start))
+        SendMessageW(combo_, CB_SETCURSEL, *found, 0);
+}
+
+bool BranchesDropdown::is_open() const
+{
+    return SendMessageW(combo_, CB_GETDROPPEDSTATE, 0, 0) != FALSE;
+}
+
 win32::Handled BranchesDropdown::on_combo_message(const win32::Message& message)
 {
-    const bool is_open = SendMessageW(combo_, CB_GETDROPPEDSTATE, 0, 0) != FALSE;
     switch (message.id) {
+    case WM_SETFONT:
+        is_list_fitted_ = false;
+        return std::nullopt;
     case WM_KEYDOWN:
-        if (is_open || !selects_at_once(message.wparam))
+        if (!selects_at_once(message.wparam) || is_open())
             return std::nullopt;
         SendMessageW(combo_, CB_SHOWDROPDOWN, TRUE, 0);
         return 0;
     case WM_CHAR:
-        // A letter selects in the open list, where it is only looked at.
-        if (!is_open && message.wparam > L' ')
-            SendMessageW(combo_, CB_SHOWDROPDOWN, TRUE, 0);
-        return std::nullopt;
+        if (message.wparam < L' ')
+            return std::nullopt;
+        // Left to itself the control would pick what a letter finds.
+        SendMessageW(combo_, CB_SHOWDROPDOWN, TRUE, 0);
+        on_typed(static_cast<wchar_t>(message.wparam));
+        return 0;
     case WM_MOUSEWHEEL:
         // Turning the wheel over the closed control would switch branches in passing.
-        return is_open ? std::nullopt : win32::Handled(0);
+        return is_open() ? std::nullopt : win32::Handled(0);
     default:
         return std::nullopt;
     }

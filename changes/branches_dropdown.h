@@ -10,6 +10,7 @@
 #include <windows.h>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -34,10 +35,10 @@ public:
     // Empties the drop-down.
     void set_repository(const git::Repository* repository);
 
-    // Replaces the items by the references' display names and selects `current` (may be null), found
+    // Replaces the items by the references' display names (the handles are copied) and selects `current` (may be null), found
     // by its full name. Unchanged items stay untouched, and while the list is open it waits until it
     // closes. `unborn` names a branch without commits that HEAD is on; it is shown as the first item.
-    void fill(git::BranchList references, const git_reference* current,
+    void fill(const git::BranchList& references, const git_reference* current,
               const std::optional<std::wstring>& unborn = std::nullopt);
 
     // Selects the item of a reference (its full name) without switching. False when there is none.
@@ -63,6 +64,9 @@ private:
 
     void show(Contents contents);
     void select_current();
+    [[nodiscard]] bool is_open() const;
+    void fit_list();
+    void on_typed(wchar_t letter);
     win32::Handled on_combo_message(const win32::Message& message);
 
     BS::thread_pool<>& pool_;
@@ -74,8 +78,11 @@ private:
     std::vector<std::wstring> names_;  // as shown, one an item
     std::string current_;
     std::optional<std::wstring> unborn_;
-    std::optional<Contents> waiting_;             // came while the list was open
-    bool was_picked_ = false;                     // the list closes since an item was picked
+    std::optional<Contents> waiting_;  // came while the list was open
+    bool was_picked_ = false;          // the list closes since an item was picked
+    bool is_list_fitted_ = false;      // the list is as wide as the names
+    std::wstring typed_;
+    std::chrono::steady_clock::time_point last_typed_{};
     std::shared_ptr<std::atomic<int>> switches_;  // that wait or run
     std::optional<win32::Subclass> subclass_;
 };

@@ -5,6 +5,7 @@
 #include "changes/get_dpi.h"
 #include "changes/list_control.h"
 #include "changes/messages.h"
+#include "changes/name_search.h"
 #include "plugin/host/localized.h"
 #include "resources/ids.h"
 #include "win32/posted.h"
@@ -52,23 +53,15 @@ std::wstring tracking_text(const git::AheadBehind& counts)
     return text;
 }
 
-// Without regard to case.
-bool starts_with(std::wstring_view text, std::wstring_view beginning)
+// For what matters less: two parts of the text's colour to one of the background's, which is easy to
+// read in any choice of colours.
+COLORREF muted_text_color()
 {
-    return text.size() >= beginning.size() &&
-           CompareStringOrdinal(text.data(), static_cast<int>(beginning.size()), beginning.data(),
-                                static_cast<int>(beginning.size()), TRUE) == CSTR_EQUAL;
-}
-
-// Whether a part of the name after a slash begins so: a branch is known by what its maker called it
-// more than by the folder or the remote that it is in.
-bool has_part_that_starts_with(std::wstring_view name, std::wstring_view beginning)
-{
-    for (std::size_t slash = name.find(L'/'); slash != std::wstring_view::npos;
-         slash = name.find(L'/', slash + 1))
-        if (starts_with(name.substr(slash + 1), beginning))
-            return true;
-    return false;
+    const COLORREF text = GetSysColor(COLOR_WINDOWTEXT);
+    const COLORREF back = GetSysColor(COLOR_WINDOW);
+    const auto mixed = [](BYTE over, BYTE under) { return (2 * over + under) / 3; };
+    return RGB(mixed(GetRValue(text), GetRValue(back)), mixed(GetGValue(text), GetGValue(back)),
+               mixed(GetBValue(text), GetBValue(back)));
 }
 
 // Finds the rows of a former list in the present one.
@@ -375,19 +368,11 @@ void BranchesList::answer_text(NMLVDISPINFOW& info) const
 LRESULT BranchesList::find_row(const NMLVFINDITEMW& find) const
 {
     constexpr LRESULT not_found = -1;
-    if ((find.lvfi.flags & (LVFI_STRING | LVFI_PARTIAL)) == 0 || find.lvfi.psz == nullptr ||
-        names_.empty())
+    if ((find.lvfi.flags & (LVFI_STRING | LVFI_PARTIAL)) == 0 || find.lvfi.psz == nullptr)
         return not_found;
-    const std::wstring_view typed = find.lvfi.psz;
-    const auto count = std::ssize(names_);
-    const auto start = std::max<std::ptrdiff_t>(find.iStart, 0) % count;
-    for (const auto matches : {starts_with, has_part_that_starts_with})
-        for (std::ptrdiff_t i = 0; i < count; ++i) {
-            const std::ptrdiff_t row = (start + i) % count;
-            if (matches(names_[static_cast<std::size_t>(row)], typed))
-                return row;
-        }
-    return not_found;
+    const auto row =
+        find_name(names_, find.lvfi.psz, static_cast<std::size_t>(std::max(find.iStart, 0)));
+    return row ? static_cast<LRESULT>(*row) : not_found;
 }
 
 LRESULT BranchesList::draw(NMLVCUSTOMDRAW& draw) const
@@ -407,7 +392,7 @@ LRESULT BranchesList::draw(NMLVCUSTOMDRAW& draw) const
         // On the colour of the selection grey could not be read.
         const bool is_selected = SendMessageW(list_, LVM_GETITEMSTATE, row, LVIS_SELECTED) != 0;
         if (is_grey && !is_selected)
-            draw.clrText = GetSysColor(COLOR_GRAYTEXT);
+            draw.clrText = muted_text_color();
         SelectObject(draw.nmcd.hdc, is_name && is_current(row) ? bold_font_.get() : font());
         return CDRF_NEWFONT;
     }

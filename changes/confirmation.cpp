@@ -21,7 +21,7 @@ int ask_to_confirm(HWND owner, const ConfirmationTexts& texts, const std::wstrin
     config.cbSize = sizeof config;
     config.hwndParent = owner;
     config.hInstance = host::resource_module();
-    config.dwFlags = TDF_ALLOW_DIALOG_CANCELLATION | TDF_POSITION_RELATIVE_TO_WINDOW;
+    config.dwFlags = TDF_ALLOW_DIALOG_CANCELLATION;
     config.pszWindowTitle = title.c_str();
     config.pszMainIcon = TD_WARNING_ICON;
     config.pszContent = question.c_str();

@@ -2,6 +2,7 @@
 
 #include "changes/change_lists.h"
 #include "changes/compare.h"
+#include "changes/empty_text.h"
 #include "changes/get_dpi.h"
 #include "changes/modeless_dialogs.h"
 #include "changes/texts.h"
@@ -13,6 +14,7 @@
 #include <commctrl.h>
 
 #include <algorithm>
+#include <optional>
 #include <string_view>
 
 namespace revlane {
@@ -84,6 +86,8 @@ private:
         ListView_SetExtendedListViewStyle(list_, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER);
         add_column(COLUMN_FILE, IDS_PICKER_FILE);
         add_column(COLUMN_STATUS, IDS_PICKER_STATUS);
+        subclass_.emplace(
+            list_, [this](const win32::Message& message) { return on_list_message(message); });
         fill();
         lay_out();
         enable_compare();
@@ -157,6 +161,16 @@ private:
                                 std::max(static_cast<int>(list.right) - status, status));
     }
 
+    win32::Handled on_list_message(const win32::Message& message)
+    {
+        if (message.id != WM_PAINT || !request_.changes.empty())
+            return std::nullopt;
+        const LRESULT result =
+            DefSubclassProc(message.window, message.id, message.wparam, message.lparam);
+        paint_empty_text(list_, host::load_text(IDS_PICKER_EMPTY));
+        return result;
+    }
+
     win32::Handled on_notify(const NMHDR& header)
     {
         if (header.hwndFrom != list_)
@@ -191,6 +205,7 @@ private:
     FilePickerRequest request_;
     HWND dialog_ = nullptr;
     HWND list_ = nullptr;
+    std::optional<win32::Subclass> subclass_;
 };
 
 }  // namespace
