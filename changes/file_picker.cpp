@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 namespace revlane {
 
@@ -42,7 +43,7 @@ std::wstring status_text(git::ChangeStatus status)
 // Lives as long as its dialog.
 class FilePicker {
 public:
-    explicit FilePicker(const FilePickerRequest& request) : request_(request) {}
+    explicit FilePicker(FilePickerRequest request) : request_(std::move(request)) {}
 
     win32::Handled handle(const win32::Message& message)
     {

@@ -98,11 +98,10 @@ std::vector<git_oid> commit_parents(const git_commit* commit)
     return parents;
 }
 
-CommitRow commit_row(const git_commit* commit)
+CommitRow commit_row(git_commit* commit)
 {
     const git_oid& id = *git_commit_id(commit);
-    // libgit2 hands the commit in as one that it may change: the summary is made on first use.
-    const char* summary = git_commit_summary(const_cast<git_commit*>(commit));
+    const char* summary = git_commit_summary(commit);
     return {
         .id = id,
         .summary = summary != nullptr ? win32::to_wide(summary) : std::wstring(),

@@ -40,7 +40,7 @@ std::span<const std::byte> blob_bytes(const git_blob* blob);
 std::vector<NamedEntry> tree_entries(const git_tree* tree);
 std::vector<git_oid> commit_parents(const git_commit* commit);
 // Throws gsl::narrowing_error for a commit time before 1601, as time_text does.
-CommitRow commit_row(const git_commit* commit);
+CommitRow commit_row(git_commit* commit);
 
 // Seconds since 1970 as the local date and time in the user's locale: short date, a space, time
 // without seconds. Throws gsl::narrowing_error for a time before 1601; empty when Windows cannot

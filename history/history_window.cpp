@@ -335,7 +335,7 @@ void HistoryWindow::fill_branches()
     else
         current_.reset(found);
     if (git::Result<git::BranchList> references = git::list_branches(repository))
-        branches_.fill(std::move(*references), current_.get(),
+        branches_.fill(*references, current_.get(),
                        unborn_branch_.empty() ? std::nullopt : std::optional(unborn_branch_));
 }
 

@@ -74,7 +74,7 @@ void draw_row(HDC dc, HWND list, RECT row, const git::FileChange& change, bool s
 {
     const RowColors colors = row_colors(list, selected, change.status);
     fill_rectangle(dc, row, colors.background);
-    const auto font = reinterpret_cast<HFONT>(SendMessageW(list, WM_GETFONT, 0, 0));
+    auto* const font = reinterpret_cast<HFONT>(SendMessageW(list, WM_GETFONT, 0, 0));
     const win32::SelectedObject with_font(dc, font != nullptr ? font
                                                               : GetStockObject(DEFAULT_GUI_FONT));
     SetBkMode(dc, TRANSPARENT);
@@ -123,7 +123,7 @@ std::wstring fit_folder(const std::wstring& folder, int width,
     const std::wstring ellipsis = L"\u2026/";
     for (std::size_t slash = folder.find(L'/'); slash != std::wstring::npos;
          slash = folder.find(L'/', slash + 1)) {
-        const std::wstring shortened = ellipsis + folder.substr(slash + 1);
+        std::wstring shortened = ellipsis + folder.substr(slash + 1);
         if (measure(shortened) <= width)
             return shortened;
     }

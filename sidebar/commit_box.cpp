@@ -54,7 +54,7 @@ void CommitBox::fit_scroll_bar() const
     const win32::WindowDc dc(edit_);
     if (dc.get() == nullptr)
         return;
-    const auto font = reinterpret_cast<HFONT>(SendMessageW(edit_, WM_GETFONT, 0, 0));
+    auto* const font = reinterpret_cast<HFONT>(SendMessageW(edit_, WM_GETFONT, 0, 0));
     const win32::SelectedObject selected(dc.get(),
                                          font != nullptr ? font : GetStockObject(DEFAULT_GUI_FONT));
     TEXTMETRICW metrics{};
@@ -112,7 +112,7 @@ void CommitBox::paint_placeholder() const
     const win32::WindowDc dc(edit_);
     if (dc.get() == nullptr)
         return;
-    const auto font = reinterpret_cast<HFONT>(SendMessageW(edit_, WM_GETFONT, 0, 0));
+    auto* const font = reinterpret_cast<HFONT>(SendMessageW(edit_, WM_GETFONT, 0, 0));
     const win32::SelectedObject selected(dc.get(),
                                          font != nullptr ? font : GetStockObject(DEFAULT_GUI_FONT));
     RECT text{};

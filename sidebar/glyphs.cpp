@@ -8,8 +8,10 @@
 // The header of GDI+ takes these two from the global namespace, as macros of Windows that are not
 // defined here.
 namespace Gdiplus {
+// NOLINTBEGIN(misc-unused-using-decls): what the header uses of them is not counted.
 using std::max;
 using std::min;
+// NOLINTEND(misc-unused-using-decls)
 }  // namespace Gdiplus
 #include <gdiplus.h>
 

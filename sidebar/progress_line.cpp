@@ -60,14 +60,13 @@ void ProgressLine::paint() const
     RECT track{};
     GetClientRect(control_, &track);
     const COLORREF color = GetSysColor(COLOR_HIGHLIGHT);
-    const int width = static_cast<int>(track.right);
-    const int length = width / 4;
+    const LONG length = track.right / 4;
     // The place follows from the time, so that a late step makes no difference.
-    const auto way = static_cast<std::uint64_t>(width + length);
-    const int left = static_cast<int>(way * (GetTickCount64() % PASS_MS) / PASS_MS) - length;
-    const RECT moving{std::max(left, 0), 0, std::min(left + length, width), track.bottom};
+    const auto way = static_cast<std::uint64_t>(track.right) + static_cast<std::uint64_t>(length);
+    const LONG left = static_cast<LONG>(way * (GetTickCount64() % PASS_MS) / PASS_MS) - length;
+    const RECT moving{std::max(left, 0L), 0, std::min(left + length, track.right), track.bottom};
     const RECT before{0, 0, moving.left, track.bottom};
-    const RECT after{moving.right, 0, width, track.bottom};
+    const RECT after{moving.right, 0, track.right, track.bottom};
     const COLORREF faint = mix_colors(GetSysColor(COLOR_BTNFACE), color, TRACK_PERCENT);
     fill_rectangle(dc, before, faint);
     fill_rectangle(dc, moving, color);

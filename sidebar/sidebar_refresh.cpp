@@ -99,15 +99,14 @@ void ChangesSidebar::fill_branches()
     if (git_repository_head(&found, opened) == GIT_EUNBORNBRANCH)
         unborn = unborn_branch(opened);
     const git::Reference head(found);
-    auto for_list = git::list_branches(opened);
-    auto for_dropdown = git::list_branches(opened);
-    if (!for_list || !for_dropdown) {
+    auto references = git::list_branches(opened);
+    if (!references) {
         if (!std::exchange(refresh_error_shown_, true))
-            show_error_later(git::to_wide(for_list ? for_dropdown.error() : for_list.error()));
+            show_error_later(git::to_wide(references.error()));
         return;
     }
-    branches_.fill(std::move(*for_list), head.get());
-    branch_.fill(std::move(*for_dropdown), head.get(), unborn);
+    branch_.fill(*references, head.get(), unborn);
+    branches_.fill(std::move(*references), head.get());
 }
 
 void ChangesSidebar::show_counts()

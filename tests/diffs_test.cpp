@@ -10,6 +10,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <array>
 #include <ostream>
 #include <set>
 #include <tuple>
@@ -69,7 +70,7 @@ std::vector<FileChange> changes_of(const std::string& raw)
     std::set<std::wstring> conflicts;
     for (std::size_t begin = 0; begin < raw.size();) {
         const auto next_field = [&] {
-            const std::string field = raw.c_str() + begin;
+            std::string field = raw.c_str() + begin;
             begin += field.size() + 1;
             return field;
         };
@@ -166,14 +167,30 @@ std::string fast_import_file(std::string_view mode, std::string_view quoted_path
 // easily taken for something else. Without a working tree, since no Windows folder could hold them.
 TempRepository repository_with_two_trees()
 {
-    const TempRepository repository;
+    TempRepository repository;
     const std::string commit = "commit refs/heads/main\n"
                                "committer A <a@example.invalid> 1709294400 +0000\ndata 0\n";
+    constexpr std::array changed_files{"plain",
+                                       "with space",
+                                       R"(with \"quotes\")",
+                                       "glob*",
+                                       "globular",
+                                       "g[a-z]",
+                                       "gb",
+                                       "?",
+                                       "x",
+                                       "*",
+                                       "größe/文件",
+                                       R"(new\nline)",
+                                       R"(back\\slash)",
+                                       "#notes#",
+                                       "!important",
+                                       "important",
+                                       " spaces ",
+                                       R"(not utf-8 \377)",
+                                       "a/b/c/d/e/f/g/h/i/j/k/l/m/n/deep"};
     std::string stream = commit;
-    for (const char* changed :
-         {"plain", "with space", "with \\\"quotes\\\"", "glob*", "globular", "g[a-z]", "gb", "?",
-          "x", "*", "größe/文件", "new\\nline", "back\\\\slash", "#notes#", "!important",
-          "important", " spaces ", "not utf-8 \\377", "a/b/c/d/e/f/g/h/i/j/k/l/m/n/deep"})
+    for (const char* changed : changed_files)
         stream += fast_import_file("100644", changed, "before\n");
     stream += fast_import_file("100644", "emptied", "content") +
               fast_import_file("100644", "deleted", "deleted one") +
@@ -186,10 +203,7 @@ TempRepository repository_with_two_trees()
               fast_import_file("100644", "unchanged", "same") +
               "M 160000 1111111111111111111111111111111111111111 module\n";
     stream += "\n" + commit;
-    for (const char* changed :
-         {"plain", "with space", "with \\\"quotes\\\"", "glob*", "globular", "g[a-z]", "gb", "?",
-          "x", "*", "größe/文件", "new\\nline", "back\\\\slash", "#notes#", "!important",
-          "important", " spaces ", "not utf-8 \\377", "a/b/c/d/e/f/g/h/i/j/k/l/m/n/deep"})
+    for (const char* changed : changed_files)
         stream += fast_import_file("100644", changed, "after");
     stream += "D deleted\nD old/gone\n"
               "R \"moved from\" \"moved/to 日本\"\n"
@@ -257,7 +271,7 @@ TEST(TreeDiffs, AreWhatGitFindsBetweenTwoCommits)
 // A working tree in which every kind of staged and unstaged change exists at once.
 TempRepository repository_with_changes()
 {
-    const TempRepository repository;
+    TempRepository repository;
     for (const char* file : {"modified", "staged", "staged and modified", "deleted", "removed",
                              "moved from", "replaced", "conflict/both changed", "untouched",
                              "größe/日本 🙂.txt", "glob[a].txt", "globa.txt", "it's",
@@ -334,7 +348,7 @@ TEST(WorkingTreeDiffs, AreWhatGitFindsInIndexAndWorkingTree)
 
 TEST(WorkingTreeDiffs, UnbornBranch)
 {
-    const TempRepository repository;
+    TempRepository repository;
     const auto handle = repository.open();
     const auto nothing = git::diff_head_to_index(handle.get());
     ASSERT_TRUE(nothing);
@@ -360,7 +374,7 @@ TEST(WorkingTreeDiffs, UnbornBranch)
 TEST(WorkingTreeDiffs, ThousandsOfChangesAndTheirCancellation)
 {
     constexpr int count = 2000;
-    const TempRepository repository;
+    TempRepository repository;
     std::string stream = "commit refs/heads/main\n"
                          "committer A <a@example.invalid> 1709294400 +0000\ndata 0\n";
     const auto name = [](int i) { return fmt::format("folder {}/file {}", i % 50, i); };
@@ -437,7 +451,7 @@ TEST(Index, PathsAreStagedAndUnstagedOneByOne)
 
 TEST(Index, LockOfAnotherProgram)
 {
-    const TempRepository repository;
+    TempRepository repository;
     repository.write_file("file", "one");
     repository.commit_all("one");
     repository.write_file("file", "two");
@@ -467,7 +481,7 @@ TEST(Index, LockOfAnotherProgram)
 
 TEST(Index, DamagedRepository)
 {
-    const TempRepository repository;
+    TempRepository repository;
     repository.write_file("folder/file", "one");
     repository.commit_all("one");
     const std::string tree = repository.id_of("HEAD^{tree}");
@@ -488,7 +502,7 @@ TEST(Index, DamagedRepository)
 
 TEST(Submodules, AreListedByTheirPaths)
 {
-    const TempRepository repository;
+    TempRepository repository;
     {
         const auto handle = repository.open();
         const auto none = git::list_submodules(handle.get());

@@ -53,7 +53,7 @@ void import_awkward_files(const TempRepository& repository)
     using namespace std::string_literals;
     const std::pair<const char*, std::string> files[] = {
         {"plain.txt", "line\n"},         {"empty", ""},
-        {"no line end", "last"},         {"with \\\"quotes\\\"", "quoted\n"},
+        {"no line end", "last"},         {R"(with \"quotes\")", "quoted\n"},
         {"glob[a-z]*?.txt", "glob"},     {"new\\nline", "x"},
         {"back\\\\slash", "y"},          {"größe/文件/🙂.txt", "unicode"},
         {"not utf-8 \\377", "byte"},     {"a/b/c/d/e/f/g/h/i/j/k/l/m/n/o/p/deep", "deep"},

@@ -21,10 +21,11 @@
 #include <string>
 #include <vector>
 
+namespace revlane {
+
 namespace {
 
-using namespace revlane;
-using namespace std::chrono_literals;
+using namespace std::chrono_literals;  // NOLINT(google-build-using-namespace): literals only
 using support::RecordingHost;
 
 // The library in this process, until the object goes.
@@ -69,7 +70,7 @@ protected:
         view_ = CreateWindowExW(0, L"STATIC", L"", WS_CHILD, 0, 0, 10, 10, host_.window(), nullptr,
                                 nullptr, nullptr);
     }
-    ~PluginFrame() override { library_.on_events(nullptr, host::EVENT_UNLOADING, 0); }
+    void TearDown() override { library_.on_events(nullptr, host::EVENT_UNLOADING, 0); }
 
     void create_frame()
     {
@@ -82,7 +83,7 @@ protected:
         return library_.plugin_proc(view_, code, wparam, lparam);
     }
     // Nothing: the plug-in knows no frame of the window.
-    std::optional<bool> is_checked(HWND window)
+    [[nodiscard]] std::optional<bool> is_checked(HWND window) const
     {
         UINT checked = 77;
         if (library_.query_status(window, &checked) == 0) {
@@ -447,3 +448,5 @@ TEST(PluginLibrary, CanBeLoadedAndUnloadedManyTimes)
 }
 
 }  // namespace
+
+}  // namespace revlane

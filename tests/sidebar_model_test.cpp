@@ -17,9 +17,10 @@
 #include <string>
 #include <vector>
 
+namespace revlane {
+
 namespace {
 
-using namespace revlane;
 using support::TempRepository;
 
 struct NamedArea {
@@ -354,3 +355,5 @@ TEST(CommandReport, ShowsTheEndOfALongOutputAndAlwaysSomething)
 }
 
 }  // namespace
+
+}  // namespace revlane

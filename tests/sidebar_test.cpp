@@ -644,7 +644,7 @@ TEST(Sidebar, EnablesWhatTheMenuCanDo)
             [&](const win32::Message& message) -> win32::Handled {
                 if (message.id != WM_INITMENUPOPUP)
                     return std::nullopt;
-                const auto menu = reinterpret_cast<HMENU>(message.wparam);
+                auto* const menu = reinterpret_cast<HMENU>(message.wparam);
                 for (int i = 0; i < GetMenuItemCount(menu); ++i)
                     found[GetMenuItemID(menu, i)] =
                         GetMenuState(menu, static_cast<UINT>(i), MF_BYPOSITION);
