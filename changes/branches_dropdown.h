@@ -35,9 +35,10 @@ public:
     // Empties the drop-down.
     void set_repository(const git::Repository* repository);
 
-    // Replaces the items by the references' display names (the handles are copied) and selects `current` (may be null), found
-    // by its full name. Unchanged items stay untouched, and while the list is open it waits until it
-    // closes. `unborn` names a branch without commits that HEAD is on; it is shown as the first item.
+    // Replaces the items by the references' display names (the handles are copied) and selects
+    // `current` (may be null), found by its full name. Unchanged items stay untouched, and while the
+    // list is open it waits until it closes. `unborn` names a branch without commits that HEAD is on;
+    // it is shown as the first item.
     void fill(const git::BranchList& references, const git_reference* current,
               const std::optional<std::wstring>& unborn = std::nullopt);
 

@@ -28,9 +28,10 @@ enum Column : int { COLUMN_NAME, COLUMN_NOTE };
 // Around a column's text, at 96 DPI.
 constexpr int NOTE_PADDING = 12;
 
-constexpr wchar_t AHEAD_MARK = L'\u2191';   // an arrow up
-constexpr wchar_t BEHIND_MARK = L'\u2193';  // an arrow down
-constexpr wchar_t LEVEL_MARK = L'=';        // neither ahead nor behind
+// As git itself writes it, with a true minus sign. Not every font has arrows.
+constexpr wchar_t AHEAD_MARK = L'+';
+constexpr wchar_t BEHIND_MARK = L'\u2212';
+constexpr wchar_t LEVEL_MARK = L'=';  // neither ahead nor behind
 
 bool same_tracking(const TrackingMap& left, const TrackingMap& right)
 {

@@ -63,7 +63,7 @@ void add_blob(Lines& lines, git_repository* repository, const std::string& path,
 Lines work_in_files(const TempRepository& files)
 {
     Lines lines;
-    const auto root = files.path();
+    const std::filesystem::path& root = files.path();
     for (auto entry = std::filesystem::recursive_directory_iterator(root);
          entry != std::filesystem::recursive_directory_iterator(); ++entry) {
         if (entry->path().filename() == ".git")

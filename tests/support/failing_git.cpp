@@ -59,7 +59,7 @@ int run_real_git()
 
 }  // namespace
 
-int main()
+int wmain()
 {
     if (count_start() != std::stoul(variable(L"REVLANE_FAIL_AT")))
         return run_real_git();
