@@ -138,8 +138,9 @@ void BranchesList::on_delete_branch()
     const BranchName chosen(branch);
     const std::filesystem::path workdir = repo_->path;
     const std::weak_ptr<const char> life = life_;
-    const int answer = ask_to_confirm(list_, {IDS_DELETE_TITLE, IDS_DELETE},
-                                      text_with(IDS_DELETE_BRANCH_QUESTION, chosen.wide()));
+    const int answer =
+        ask_to_confirm(list_, {IDS_DELETE_TITLE, IDS_DELETE,
+                               text_with(IDS_DELETE_BRANCH_QUESTION, chosen.wide())});
     if (answer != CONFIRMED || life.expired())
         return;
     if (shown_branch_ && chosen.name == git_reference_shorthand(shown_branch_.get()))
@@ -164,9 +165,9 @@ void BranchesList::on_delete_remote()
     }
     const std::filesystem::path workdir = repo_->path;
     const std::weak_ptr<const char> life = life_;
-    const int answer =
-        ask_to_confirm(list_, {IDS_DELETE_ON_REMOTE_TITLE, IDS_DELETE},
-                       text_with(IDS_DELETE_REMOTE_QUESTION, chosen->branch, chosen->remote));
+    const int answer = ask_to_confirm(
+        list_, {IDS_DELETE_ON_REMOTE_TITLE, IDS_DELETE,
+                text_with(IDS_DELETE_REMOTE_QUESTION, chosen->branch, chosen->remote)});
     if (answer != CONFIRMED || life.expired())
         return;
     submit_command(

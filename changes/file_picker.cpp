@@ -6,9 +6,11 @@
 #include "changes/get_dpi.h"
 #include "changes/modeless_dialogs.h"
 #include "changes/texts.h"
+#include "changes/window_icon.h"
 #include "git/handles.h"
 #include "resources/ids.h"
 #include "win32/error_box.h"
+#include "win32/placement.h"
 #include "win32/window.h"
 
 #include <commctrl.h>
@@ -84,6 +86,7 @@ private:
         add_modeless_dialog(dialog, request_.frame);
         list_ = GetDlgItem(dialog, IDC_CHANGED_FILES);
         SetWindowTextW(dialog, request_.title.c_str());
+        set_window_icon(dialog);
         ListView_SetExtendedListViewStyle(list_, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER);
         add_column(COLUMN_FILE, IDS_PICKER_FILE);
         add_column(COLUMN_STATUS, IDS_PICKER_STATUS);
@@ -92,6 +95,7 @@ private:
         fill();
         lay_out();
         enable_compare();
+        win32::center_over(dialog, GetWindow(dialog, GW_OWNER));
         ShowWindow(dialog, SW_SHOW);
         SetFocus(list_);
         // The focus is set already.

@@ -3,6 +3,7 @@
 #include "git/handles.h"
 #include "plugin/host/localized.h"
 #include "resources/ids.h"
+#include "win32/placement.h"
 #include "win32/text.h"
 #include "win32/window.h"
 
@@ -19,6 +20,7 @@ public:
         switch (message.id) {
         case WM_INITDIALOG:
             enable_ok(message.window);
+            win32::center_over(message.window, GetWindow(message.window, GW_OWNER));
             return TRUE;
         case WM_COMMAND:
             return on_command(message.window, LOWORD(message.wparam), HIWORD(message.wparam));

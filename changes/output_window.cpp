@@ -1,8 +1,10 @@
 #include "changes/output_window.h"
 
 #include "changes/get_dpi.h"
+#include "changes/window_icon.h"
 #include "plugin/host/localized.h"
 #include "resources/ids.h"
+#include "win32/placement.h"
 
 #include <gsl/narrow>
 
@@ -84,6 +86,8 @@ LRESULT OutputWindow::on_init(HWND dialog)
     set_font(get_dpi(dialog));
     fit_edit();
     set_text();
+    set_window_icon(dialog);
+    win32::center_over(dialog, GetWindow(dialog, GW_OWNER));
     SetFocus(edit());
     // The focus is set already.
     return FALSE;

@@ -2,6 +2,7 @@
 
 #include "plugin/host/localized.h"
 #include "resources/ids.h"
+#include "win32/placement.h"
 #include "win32/window.h"
 
 namespace revlane {
@@ -37,6 +38,7 @@ public:
 private:
     LRESULT on_init(HWND dialog) const
     {
+        win32::center_over(dialog, GetWindow(dialog, GW_OWNER));
         const HWND text = GetDlgItem(dialog, IDC_FILTER_TEXT);
         SetWindowTextW(text, state_.text.c_str());
         const int kind = IDC_FILTER_MESSAGE + static_cast<int>(state_.kind);

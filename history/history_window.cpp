@@ -8,6 +8,7 @@
 #include "changes/messages.h"
 #include "changes/modeless_dialogs.h"
 #include "changes/texts.h"
+#include "changes/window_icon.h"
 #include "git/objects.h"
 #include "git/references.h"
 #include "history/commit_changes.h"
@@ -259,6 +260,7 @@ LRESULT HistoryWindow::on_init(HWND dialog)
 {
     dialog_ = dialog;
     add_modeless_dialog(dialog, frame_, handle_key);
+    set_window_icon(dialog);
     const HistoryPlacement placement = read_history_placement(frame_);
     splitter_ = placement.splitter;
     SendMessageW(item(IDC_COMMIT_DETAILS), EDIT_SET_EXTENDED_STYLE, EDIT_ALLOW_ALL_LINE_ENDS,

@@ -1,12 +1,10 @@
 #include "sidebar/discard_question.h"
 
+#include "changes/confirmation.h"
 #include "changes/texts.h"
 #include "resources/ids.h"
 
-#include <commctrl.h>
-
 #include <algorithm>
-#include <array>
 
 namespace revlane {
 
@@ -50,24 +48,8 @@ DiscardTexts discard_texts(const std::vector<git::FileChange>& changes)
 bool ask_to_discard(HWND owner, const std::vector<git::FileChange>& changes)
 {
     const DiscardTexts texts = discard_texts(changes);
-    const std::wstring title = host::load_text(IDS_DISCARD_TITLE);
-    const std::wstring discard = host::load_text(IDS_DISCARD_BUTTON);
-    const std::wstring cancel = host::load_text(IDS_CANCEL);
-    const std::array<TASKDIALOG_BUTTON, 2> buttons{TASKDIALOG_BUTTON{IDOK, discard.c_str()},
-                                                   TASKDIALOG_BUTTON{IDCANCEL, cancel.c_str()}};
-    TASKDIALOGCONFIG config{};
-    config.cbSize = sizeof config;
-    config.hwndParent = owner;
-    config.dwFlags = TDF_ALLOW_DIALOG_CANCELLATION;
-    config.pszWindowTitle = title.c_str();
-    config.pszMainIcon = TD_WARNING_ICON;
-    config.pszMainInstruction = texts.question.c_str();
-    config.pszContent = texts.loss.c_str();
-    config.cButtons = static_cast<UINT>(buttons.size());
-    config.pButtons = buttons.data();
-    config.nDefaultButton = IDCANCEL;
-    int pressed = IDCANCEL;
-    return SUCCEEDED(TaskDialogIndirect(&config, &pressed, nullptr, nullptr)) && pressed == IDOK;
+    return ask_to_confirm(owner, {IDS_DISCARD_TITLE, IDS_DISCARD_BUTTON, texts.loss,
+                                  texts.question}) == CONFIRMED;
 }
 
 }  // namespace revlane
