@@ -12,8 +12,7 @@ namespace revlane {
 
 namespace {
 
-HRESULT CALLBACK on_notification(HWND box, UINT code, WPARAM /*wparam*/, LPARAM /*lparam*/,
-                                 LONG_PTR owner)
+HRESULT CALLBACK on_notification(HWND box, UINT code, WPARAM, LPARAM, LONG_PTR owner)
 {
     if (code == TDN_CREATED)
         win32::center_over(box, reinterpret_cast<HWND>(owner));
