@@ -159,10 +159,10 @@ void send_open_file(HWND frame, const path& file, std::uint32_t mode)
                  reinterpret_cast<LPARAM>(file.c_str()));
 }
 
-void ask_for_view(HWND frame)
+void show_tabs(HWND frame)
 {
-    if (SendMessageW(frame, host::QM_INFO, host::INFO_VIEW_STATE, 0) == 0)
-        host::execute_command(frame, host::COMMAND_READ_ONLY_VIEW);
+    if (SendMessageW(frame, host::QM_INFO, host::INFO_TABS_SHOWN, 0) == 0)
+        host::execute_command(frame, host::COMMAND_SHOW_TABS);
 }
 
 void set_title(HWND frame, const std::wstring& title)
@@ -174,7 +174,7 @@ void set_title(HWND frame, const std::wstring& title)
 void open_temporary(HWND frame, const path& file, const std::wstring& title)
 {
     send_open_file(frame, file, host::OpenOptions::OPEN_TEMPORARY);
-    ask_for_view(frame);
+    show_tabs(frame);
     set_title(frame, title);
 }
 
@@ -183,7 +183,7 @@ void open_in_place(HWND frame, const path& file)
 {
     send_open_file(frame, file, host::OpenOptions::OPEN_IN_PLACE);
     set_title(frame, fmt::format(L"{} (Working tree)", file.native()));
-    ask_for_view(frame);
+    show_tabs(frame);
 }
 
 git::Result<void> request_compare(HWND frame, const path& left, const path& right)

@@ -67,7 +67,7 @@ LRESULT give_path(const Call& call, const std::filesystem::path& path)
 LRESULT inform(const Call& call)
 {
     switch (call.wparam) {
-    case host::INFO_VIEW_STATE:
+    case host::INFO_TABS_SHOWN:
         // Whether documents have tabs. A plug-in that is told no has them shown, which comparing
         // needs.
         return call.frame.documents().tabs_shown();

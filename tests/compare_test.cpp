@@ -362,7 +362,7 @@ TEST_F(Compare, TheWorkingTreeFileIsOpenedInPlace)
     }
 }
 
-TEST_F(Compare, TheViewIsLeftAloneWhereTheEditorHasIt)
+TEST_F(Compare, TheTabsAreLeftAloneWhereTheyAreShown)
 {
     frame_.view_state = 1;
     const FileChange change{L"a", L"a", std::nullopt, blob("new"), ChangeStatus::Added};

@@ -438,11 +438,11 @@ TEST(EditorDocuments, PlugInsOpenNameAndCompareThem)
     EXPECT_THAT(fake.take_events(), ElementsAre(host::EVENT_DOC_CHECK, host::EVENT_DOC_CHECK));
     EXPECT_EQ(ask_path(frame, host::INFO_DOCUMENT_PATH), right.wstring());
 
-    SendMessageW(frame, host::QM_EXECUTE_COMMAND, host::COMMAND_READ_ONLY_VIEW, 0);
-    EXPECT_EQ(SendMessageW(frame, host::QM_INFO, host::INFO_VIEW_STATE, 0), 0);
+    SendMessageW(frame, host::QM_EXECUTE_COMMAND, host::COMMAND_SHOW_TABS, 0);
+    EXPECT_EQ(SendMessageW(frame, host::QM_INFO, host::INFO_TABS_SHOWN, 0), 0);
     EXPECT_EQ(compare(frame, left, right), host::COMPARE_NO_TABS);
-    SendMessageW(frame, host::QM_EXECUTE_COMMAND, host::COMMAND_READ_ONLY_VIEW, 0);
-    EXPECT_NE(SendMessageW(frame, host::QM_INFO, host::INFO_VIEW_STATE, 0), 0);
+    SendMessageW(frame, host::QM_EXECUTE_COMMAND, host::COMMAND_SHOW_TABS, 0);
+    EXPECT_NE(SendMessageW(frame, host::QM_INFO, host::INFO_TABS_SHOWN, 0), 0);
     EXPECT_EQ(compare(frame, left, left), host::COMPARE_FAILED);
 
     ASSERT_EQ(compare(frame, left, right), 0U);

@@ -38,12 +38,11 @@ inline constexpr UINT QM_PLUGIN_MESSAGE = 2155;
 inline constexpr UINT QM_COMPARE = 2166;
 
 // Commands of the editor for QM_EXECUTE_COMMAND.
-inline constexpr WPARAM COMMAND_READ_ONLY_VIEW =
-    4113;  // follows an opened document, see INFO_VIEW_STATE
+inline constexpr WPARAM COMMAND_SHOW_TABS = 4113;       // where documents have no tabs
 inline constexpr WPARAM COMMAND_FOCUS_DOCUMENT = 4409;  // hands the focus back to the text
 
 // Selectors of QM_INFO.
-inline constexpr WPARAM INFO_VIEW_STATE = 296;  // lParam 0; zero: COMMAND_READ_ONLY_VIEW is wanted
+inline constexpr WPARAM INFO_TABS_SHOWN = 296;     // lParam 0; whether documents have tabs
 inline constexpr WPARAM INFO_DOCUMENT_PATH = 317;  // buffer of MAX_PATH units: the active document
 inline constexpr WPARAM INFO_LANGUAGE_PATH = 320;  // buffer of MAX_PATH units, or left empty
 inline constexpr WPARAM INFO_DPI = 356;            // lParam 0; the frame's DPI
