@@ -165,9 +165,7 @@ void BranchesDropdown::fit_list()
     const win32::WindowDc dc(combo_);
     if (dc.get() == nullptr)
         return;
-    auto* const font = reinterpret_cast<HFONT>(SendMessageW(combo_, WM_GETFONT, 0, 0));
-    const win32::SelectedObject selected(dc.get(),
-                                         font != nullptr ? font : GetStockObject(DEFAULT_GUI_FONT));
+    const win32::SelectedObject selected(dc.get(), win32::control_font(combo_));
     LONG width = 0;
     for (const std::wstring& name : names_) {
         SIZE size{};

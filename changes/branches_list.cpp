@@ -394,7 +394,8 @@ LRESULT BranchesList::draw(NMLVCUSTOMDRAW& draw) const
         const bool is_selected = SendMessageW(list_, LVM_GETITEMSTATE, row, LVIS_SELECTED) != 0;
         if (is_grey && !is_selected)
             draw.clrText = muted_text_color();
-        SelectObject(draw.nmcd.hdc, is_name && is_current(row) ? bold_font_.get() : font());
+        SelectObject(draw.nmcd.hdc,
+                     is_name && is_current(row) ? bold_font_.get() : win32::control_font(list_));
         return CDRF_NEWFONT;
     }
     default:
@@ -416,17 +417,11 @@ bool BranchesList::is_current(std::size_t row) const
     return current_ == git_reference_name(references_[row].get());
 }
 
-HFONT BranchesList::font() const
-{
-    auto* const font = reinterpret_cast<HFONT>(SendMessageW(list_, WM_GETFONT, 0, 0));
-    return font != nullptr ? font : static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT));
-}
-
 // Follows the font and the DPI of the control.
 void BranchesList::measure()
 {
     LOGFONTW look{};
-    GetObjectW(font(), sizeof look, &look);
+    GetObjectW(win32::control_font(list_), sizeof look, &look);
     look.lfWeight = FW_BOLD;
     bold_font_.reset(CreateFontIndirectW(&look));
     note_width_ = widest_note();

@@ -86,7 +86,6 @@ private:
     [[nodiscard]] LRESULT draw(NMLVCUSTOMDRAW& draw) const;
     [[nodiscard]] std::wstring note(std::size_t row) const;
     [[nodiscard]] bool is_current(std::size_t row) const;
-    [[nodiscard]] HFONT font() const;
     void measure();
     [[nodiscard]] int widest_note() const;
     void fit_columns();

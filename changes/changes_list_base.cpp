@@ -1,5 +1,7 @@
 #include "changes/changes_list_base.h"
 
+#include "changes/empty_text.h"
+#include "changes/list_control.h"
 #include "changes/row_text.h"
 #include "git/diffs.h"
 #include "plugin/host/localized.h"
@@ -43,10 +45,10 @@ public:
     {
         rows_.reserve(rows.size());
         for (std::size_t i = 0; i < rows.size(); ++i)
-            rows_.emplace(rows[i].new_path, static_cast<int>(i));
+            rows_.emplace(rows[i].new_path, i);
     }
 
-    [[nodiscard]] std::optional<int> find(const git::FileChange& change) const
+    [[nodiscard]] std::optional<std::size_t> find(const git::FileChange& change) const
     {
         const auto found = rows_.find(change.new_path);
         return found != rows_.end() ? std::optional(found->second) : std::nullopt;
@@ -54,7 +56,7 @@ public:
 
     // The present row of `row` of the former list, or of the nearest after it that is left, or else
     // of the nearest before it.
-    [[nodiscard]] std::optional<int> find_nearest(const Rows& former, std::size_t row) const
+    [[nodiscard]] std::optional<std::size_t> find_nearest(const Rows& former, std::size_t row) const
     {
         for (std::size_t i = row; i < former.size(); ++i)
             if (const auto found = find(former[i]))
@@ -66,56 +68,7 @@ public:
     }
 
 private:
-    std::unordered_map<std::wstring_view, int> rows_;
-};
-
-int next_row(HWND list, int row, UINT state)
-{
-    return static_cast<int>(
-        SendMessageW(list, LVM_GETNEXTITEM, static_cast<WPARAM>(row), MAKELPARAM(state, 0)));
-}
-
-void set_row_state(HWND list, int row, UINT state)
-{
-    LVITEMW item{};
-    item.state = state;
-    item.stateMask = state;
-    SendMessageW(list, LVM_SETITEMSTATE, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
-}
-
-RECT row_bounds(HWND list, int row)
-{
-    RECT bounds{};
-    bounds.left = LVIR_BOUNDS;
-    SendMessageW(list, LVM_GETITEMRECT, static_cast<WPARAM>(row),
-                 reinterpret_cast<LPARAM>(&bounds));
-    return bounds;
-}
-
-bool is_asked_for_return(LPARAM lparam)
-{
-    const auto* message = reinterpret_cast<const MSG*>(lparam);
-    return message != nullptr && message->message == WM_KEYDOWN && message->wParam == VK_RETURN;
-}
-
-// Keeps the control from painting, and from moving its scroll bars, for as long as it lives.
-class RedrawPause {
-public:
-    explicit RedrawPause(HWND list) : list_(list) { SendMessageW(list_, WM_SETREDRAW, FALSE, 0); }
-    ~RedrawPause()
-    {
-        // Of no window at all the whole screen would be drawn anew.
-        if (list_ == nullptr)
-            return;
-        SendMessageW(list_, WM_SETREDRAW, TRUE, 0);
-        RedrawWindow(list_, nullptr, nullptr,
-                     RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN | RDW_FRAME);
-    }
-    RedrawPause(const RedrawPause&) = delete;
-    RedrawPause& operator=(const RedrawPause&) = delete;
-
-private:
-    HWND list_;
+    std::unordered_map<std::wstring_view, std::size_t> rows_;
 };
 
 void disable(HMENU menu, UINT command)
@@ -242,7 +195,7 @@ win32::Handled ChangesListBase::on_owner_message(const win32::Message& message)
     if (message.id == WM_CONTEXTMENU && reinterpret_cast<HWND>(message.wparam) == list_) {
         const bool by_keyboard =
             GET_X_LPARAM(message.lparam) == -1 && GET_Y_LPARAM(message.lparam) == -1;
-        menu_position_ = by_keyboard ? std::optional(keyboard_menu_position()) : std::nullopt;
+        menu_position_ = by_keyboard ? std::optional(keyboard_menu_place(list_)) : std::nullopt;
         on_context_menu();
         return 0;
     }
@@ -302,7 +255,7 @@ win32::Handled ChangesListBase::on_list_message(const win32::Message& message)
         const LRESULT result =
             DefSubclassProc(message.window, message.id, message.wparam, message.lparam);
         if (is_filled_ && changes_.empty())
-            paint_empty_text();
+            paint_empty_text(list_, empty_text_);
         return result;
     }
     case WM_NCDESTROY:
@@ -329,54 +282,16 @@ bool ChangesListBase::on_key(WPARAM key)
     }
 }
 
-void ChangesListBase::paint_empty_text() const
-{
-    const win32::WindowDc dc(list_);
-    if (dc.get() == nullptr)
-        return;
-    auto* const font = reinterpret_cast<HFONT>(SendMessageW(list_, WM_GETFONT, 0, 0));
-    const win32::SelectedObject selected(dc.get(),
-                                         font != nullptr ? font : GetStockObject(DEFAULT_GUI_FONT));
-    RECT client{};
-    GetClientRect(list_, &client);
-    SetTextColor(dc.get(), GetSysColor(COLOR_GRAYTEXT));
-    // Opaque, since the part of the control that was not to be painted still shows the text.
-    SetBkMode(dc.get(), OPAQUE);
-    SetBkColor(dc.get(), static_cast<COLORREF>(SendMessageW(list_, LVM_GETBKCOLOR, 0, 0)));
-    DrawTextW(dc.get(), empty_text_.data(), static_cast<int>(empty_text_.size()), &client,
-              DT_CENTER | DT_VCENTER | DT_SINGLELINE | DT_END_ELLIPSIS | DT_NOPREFIX);
-}
-
-POINT ChangesListBase::keyboard_menu_position() const
-{
-    POINT position{};
-    int row = next_row(list_, -1, LVNI_SELECTED | LVNI_FOCUSED);
-    if (row < 0)
-        row = next_row(list_, -1, LVNI_SELECTED);
-    if (row >= 0) {
-        RECT client{};
-        GetClientRect(list_, &client);
-        position.y = std::clamp(row_bounds(list_, row).bottom, client.top, client.bottom);
-    }
-    ClientToScreen(list_, &position);
-    return position;
-}
-
 ChangesListBase::View ChangesListBase::view() const
 {
     View shown;
-    // No window at all would answer every question with row 0.
-    if (list_ == nullptr)
-        return shown;
     // While the control is emptied it may still have rows that the vector has no longer.
-    const auto is_row = [this](int row) {
-        return row >= 0 && static_cast<std::size_t>(row) < changes_.size();
-    };
-    for (int row = next_row(list_, -1, LVNI_SELECTED); is_row(row);
-         row = next_row(list_, row, LVNI_SELECTED))
-        shown.selected.push_back(static_cast<std::size_t>(row));
-    if (const int row = next_row(list_, -1, LVNI_FOCUSED); is_row(row))
-        shown.focused = static_cast<std::size_t>(row);
+    const auto is_gone = [this](std::size_t row) { return row >= changes_.size(); };
+    shown.selected = selected_rows(list_);
+    std::erase_if(shown.selected, is_gone);
+    shown.focused = focused_row(list_);
+    if (shown.focused && is_gone(*shown.focused))
+        shown.focused.reset();
     shown.top = static_cast<std::size_t>(SendMessageW(list_, LVM_GETTOPINDEX, 0, 0));
     return shown;
 }
@@ -388,23 +303,16 @@ void ChangesListBase::restore(const View& view, const Rows& former)
         const RedrawPause pause(list_);
         for (const std::size_t selected : view.selected)
             if (const auto row = rows.find(former[selected]))
-                set_row_state(list_, *row, LVIS_SELECTED);
+                add_row_state(list_, *row, LVIS_SELECTED);
     }
     const auto focused = view.focused ? rows.find_nearest(former, *view.focused) : std::nullopt;
     if (focused) {
-        set_row_state(list_, *focused, LVIS_FOCUSED);
-        SendMessageW(list_, LVM_SETSELECTIONMARK, 0, *focused);
+        add_row_state(list_, *focused, LVIS_FOCUSED);
+        SendMessageW(list_, LVM_SETSELECTIONMARK, 0, static_cast<LPARAM>(*focused));
     }
     // Not while painting pauses: the control scrolls by what it has laid out.
     if (const auto row = rows.find_nearest(former, view.top))
-        scroll_to_top(*row);
-}
-
-void ChangesListBase::scroll_to_top(int row)
-{
-    const auto top = static_cast<int>(SendMessageW(list_, LVM_GETTOPINDEX, 0, 0));
-    if (row != top)
-        SendMessageW(list_, LVM_SCROLL, 0, row_bounds(list_, row).top - row_bounds(list_, top).top);
+        scroll_to_top(list_, *row);
 }
 
 bool ChangesListBase::asks_for_default_action(const NMHDR& header) const

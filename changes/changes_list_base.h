@@ -85,11 +85,8 @@ private:
     win32::Handled on_list_message(const win32::Message& message);
     bool on_key(WPARAM key);
     [[nodiscard]] bool asks_for_default_action(const NMHDR& header) const;
-    void paint_empty_text() const;
-    [[nodiscard]] POINT keyboard_menu_position() const;
     [[nodiscard]] View view() const;
     void restore(const View& view, const std::vector<git::FileChange>& former);
-    void scroll_to_top(int row);
 
     std::wstring empty_text_;
     bool is_filled_ = false;  // since the repository was chosen

@@ -11,9 +11,7 @@ void paint_empty_text(HWND list, const std::wstring& text)
     const win32::WindowDc dc(list);
     if (dc.get() == nullptr)
         return;
-    auto* const font = reinterpret_cast<HFONT>(SendMessageW(list, WM_GETFONT, 0, 0));
-    const win32::SelectedObject selected(dc.get(),
-                                         font != nullptr ? font : GetStockObject(DEFAULT_GUI_FONT));
+    const win32::SelectedObject selected(dc.get(), win32::control_font(list));
     RECT client{};
     GetClientRect(list, &client);
     SetTextColor(dc.get(), GetSysColor(COLOR_GRAYTEXT));

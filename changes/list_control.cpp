@@ -88,7 +88,11 @@ void scroll_to_top(HWND list, std::size_t row)
 POINT keyboard_menu_place(HWND list)
 {
     POINT place{};
-    const int row = next_row(list, -1, LVNI_FOCUSED);
+    int row = -1;
+    for (const UINT state :
+         {UINT{LVNI_SELECTED} | UINT{LVNI_FOCUSED}, UINT{LVNI_SELECTED}, UINT{LVNI_FOCUSED}})
+        if (row < 0)
+            row = next_row(list, -1, state);
     if (row >= 0) {
         RECT client{};
         GetClientRect(list, &client);

@@ -33,8 +33,8 @@ void clear_row_states(HWND list);
 // what it has laid out.
 void scroll_to_top(HWND list, std::size_t row);
 
-// Where a context menu opens that the keyboard asked for: below the focused row, as far as it is on
-// view.
+// Where a context menu opens that the keyboard asked for: below a selected row, best the focused one,
+// as far as it is on view; else below the focused one.
 POINT keyboard_menu_place(HWND list);
 
 // Whether a WM_GETDLGCODE is about the Return key, which dialogs otherwise keep for themselves.

@@ -1,6 +1,7 @@
 #include "history/revlane_list.h"
 
 #include "changes/get_dpi.h"
+#include "changes/list_control.h"
 #include "changes/messages.h"
 #include "changes/new_branch_dialog.h"
 #include "git/commands.h"
@@ -68,23 +69,6 @@ int text_width(HWND list, const wchar_t* text)
     return static_cast<int>(
         SendMessageW(list, LVM_GETSTRINGWIDTHW, 0, reinterpret_cast<LPARAM>(text)));
 }
-
-// Turns the list's drawing off for as long as it lives and draws the list anew at its end.
-class RedrawPause {
-public:
-    explicit RedrawPause(HWND list) : list_(list) { SendMessageW(list_, WM_SETREDRAW, FALSE, 0); }
-    ~RedrawPause()
-    {
-        SendMessageW(list_, WM_SETREDRAW, TRUE, 0);
-        RedrawWindow(list_, nullptr, nullptr,
-                     RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN | RDW_FRAME);
-    }
-    RedrawPause(const RedrawPause&) = delete;
-    RedrawPause& operator=(const RedrawPause&) = delete;
-
-private:
-    HWND list_;
-};
 
 // The commits that changed a file, each once. On a background thread.
 FilterResult read_file_history(const std::filesystem::path& workdir, git::Git& git,

@@ -74,9 +74,7 @@ void draw_row(HDC dc, HWND list, RECT row, const git::FileChange& change, bool s
 {
     const RowColors colors = row_colors(list, selected, change.status);
     fill_rectangle(dc, row, colors.background);
-    auto* const font = reinterpret_cast<HFONT>(SendMessageW(list, WM_GETFONT, 0, 0));
-    const win32::SelectedObject with_font(dc, font != nullptr ? font
-                                                              : GetStockObject(DEFAULT_GUI_FONT));
+    const win32::SelectedObject with_font(dc, win32::control_font(list));
     SetBkMode(dc, TRANSPARENT);
 
     RECT area = row;

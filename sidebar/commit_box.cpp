@@ -54,9 +54,7 @@ void CommitBox::fit_scroll_bar() const
     const win32::WindowDc dc(edit_);
     if (dc.get() == nullptr)
         return;
-    auto* const font = reinterpret_cast<HFONT>(SendMessageW(edit_, WM_GETFONT, 0, 0));
-    const win32::SelectedObject selected(dc.get(),
-                                         font != nullptr ? font : GetStockObject(DEFAULT_GUI_FONT));
+    const win32::SelectedObject selected(dc.get(), win32::control_font(edit_));
     TEXTMETRICW metrics{};
     GetTextMetricsW(dc.get(), &metrics);
     RECT text{};
@@ -112,9 +110,7 @@ void CommitBox::paint_placeholder() const
     const win32::WindowDc dc(edit_);
     if (dc.get() == nullptr)
         return;
-    auto* const font = reinterpret_cast<HFONT>(SendMessageW(edit_, WM_GETFONT, 0, 0));
-    const win32::SelectedObject selected(dc.get(),
-                                         font != nullptr ? font : GetStockObject(DEFAULT_GUI_FONT));
+    const win32::SelectedObject selected(dc.get(), win32::control_font(edit_));
     RECT text{};
     SendMessageW(edit_, EM_GETRECT, 0, reinterpret_cast<LPARAM>(&text));
     HideCaret(edit_);

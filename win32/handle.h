@@ -106,4 +106,11 @@ private:
     HGDIOBJ former_;
 };
 
+// The font that a control was given; Windows' own when it has none. Nobody has to free it.
+inline HGDIOBJ control_font(HWND control) noexcept
+{
+    auto* const font = reinterpret_cast<HGDIOBJ>(SendMessageW(control, WM_GETFONT, 0, 0));
+    return font != nullptr ? font : GetStockObject(DEFAULT_GUI_FONT);
+}
+
 }  // namespace win32
