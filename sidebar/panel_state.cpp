@@ -4,8 +4,6 @@
 #include "git/handles.h"
 #include "win32/text.h"
 
-#include <fmt/xchar.h>
-
 namespace revlane {
 
 namespace {
@@ -93,11 +91,6 @@ RemoteButtons remote_buttons(const PanelState& state)
         buttons.push_count = state.counts->ahead;
     }
     return buttons;
-}
-
-std::wstring with_count(const std::wstring& text, std::size_t count)
-{
-    return count == 0 ? text : fmt::format(L"{} ({})", text, count);
 }
 
 }  // namespace revlane

@@ -50,7 +50,4 @@ struct RemoteButtons {
 
 RemoteButtons remote_buttons(const PanelState& state);
 
-// A button's text with a count behind it, unless that is 0.
-std::wstring with_count(const std::wstring& text, std::size_t count);
-
 }  // namespace revlane

@@ -4,6 +4,7 @@
 #include "changes/texts.h"
 #include "plugin/host/localized.h"
 #include "resources/ids.h"
+#include "sidebar/captions.h"
 #include "sidebar/section_heading.h"
 
 #include <windowsx.h>
@@ -25,12 +26,6 @@ constexpr int BRANCH_INDENT = 4;
 
 constexpr std::array<int, 3> LISTS{IDC_STAGED_LIST, IDC_CHANGES_LIST, IDC_BRANCHES_LIST};
 
-std::wstring without_prefix(std::wstring text)
-{
-    std::erase(text, L'&');
-    return text;
-}
-
 }  // namespace
 
 void PanelView::attach(HWND dialog, HWND frame)
@@ -46,7 +41,7 @@ void PanelView::attach(HWND dialog, HWND frame)
     choose_folder_.attach(control(IDC_CHOOSE_FOLDER), Glyph::Folder);
     panel_menu_.attach(control(IDC_PANEL_MENU), Glyph::Menu);
     history_.attach(control(IDC_SHOW_HISTORY), Glyph::History);
-    const auto caption = [this](int id) { return without_prefix(win32::window_text(control(id))); };
+    const auto caption = [this](int id) { return without_access_key(win32::window_text(control(id))); };
     choose_folder_tip_.attach(dialog, control(IDC_CHOOSE_FOLDER), caption(IDC_CHOOSE_FOLDER));
     panel_menu_tip_.attach(dialog, control(IDC_PANEL_MENU), caption(IDC_PANEL_MENU));
     history_tip_.attach(dialog, control(IDC_SHOW_HISTORY), caption(IDC_SHOW_HISTORY));

@@ -26,6 +26,7 @@ namespace {
 namespace fs = std::filesystem;
 using support::Control;
 using support::Dialog;
+using support::DIALOG_POINTS;
 using support::MenuItem;
 
 constexpr wchar_t ENGLISH[] = L"1033";
@@ -198,6 +199,83 @@ TEST_F(Resources, NoAccessKeyIsGivenTwice)
     }
 }
 
+struct ShownText {
+    std::string place;  // the name of the string, the menu or the dialog
+    std::wstring text;
+};
+
+// All texts of a library, in the same order for every language.
+
+std::vector<ShownText> shown_texts(HMODULE library, const std::map<std::string, int>& ids)
+{
+    std::vector<ShownText> texts;
+    for (const auto& [name, id] : ids) {
+        if (begins_with(name, "IDS_"))
+            texts.push_back({name, support::read_text(library, id)});
+        if (begins_with(name, "IDM_"))
+            for (const MenuItem& item : support::read_menu(library, id))
+                texts.push_back({name, item.text});
+        if (!begins_with(name, "IDD_"))
+            continue;
+        const Dialog dialog = support::read_dialog(library, id);
+        texts.push_back({name, dialog.caption});
+        for (const Control& control : dialog.controls)
+            texts.push_back({name, control.text});
+    }
+    return texts;
+}
+
+// What is to be read of a text: neither its access key nor, behind a tab, the keys that do the same.
+std::wstring words_of(std::wstring text)
+{
+    std::erase(text, L'&');
+    return text.substr(0, text.find(L'\t'));
+}
+
+TEST_F(Resources, EveryTextIsTranslatedAndHasItsKeys)
+{
+    // What is the same word in git's own translations into some of the languages, or no word at all.
+    const std::set<std::wstring> common = {
+        L"",     L"Revlane", L"Message", L"Date",   L"Commit",  L"1 commit", L"{} commits", L"Pull",
+        L"Push", L"Tag",     L"In:",     L"Status", L"tag: {}", L"Branches", L"{} - {}"};
+    // The last letter of the alphabets in which keys are letters of the text.
+    constexpr wchar_t LAST_LATIN_LETTER = 0x17F;
+    const std::vector<ShownText> originals = shown_texts(english(), ids_);
+    for (const Language& language : languages_) {
+        const std::vector<ShownText> texts = shown_texts(language.library.get(), ids_);
+        ASSERT_EQ(texts.size(), originals.size());
+        for (std::size_t i = 0; i < texts.size(); ++i) {
+            const std::wstring& text = texts[i].text;
+            const std::wstring& original = originals[i].text;
+            SCOPED_TRACE(win32::to_utf8(language.name) + " " + texts[i].place + ": " +
+                         win32::to_utf8(text));
+            EXPECT_TRUE(language.name == ENGLISH || words_of(text) != words_of(original) ||
+                        common.contains(words_of(original)));
+            EXPECT_EQ(text.find(L'\t') != std::wstring::npos,
+                      original.find(L'\t') != std::wstring::npos);
+            const wchar_t key = support::access_key(text);
+            EXPECT_EQ(key != 0, support::access_key(original) != 0);
+            EXPECT_LE(key, LAST_LATIN_LETTER);
+        }
+    }
+}
+
+TEST_F(Resources, TextsNameButtonsAsTheyRead)
+{
+    for (const Language& language : languages_) {
+        const HMODULE library = language.library.get();
+        const std::wstring advice = support::read_text(library, IDS_NOTHING_STAGED);
+        for (const Control& control : support::read_dialog(library, IDD_SIDEBAR).controls) {
+            if (control.id != IDC_STAGE_ALL_AND_COMMIT)
+                continue;
+            std::wstring button = words_of(control.text);
+            button.resize(std::min(button.size(), button.find(L'(')));
+            EXPECT_NE(advice.find(button), std::wstring::npos)
+                << win32::to_utf8(language.name) << ": " << win32::to_utf8(button);
+        }
+    }
+}
+
 // The room that a button needs beside its text, in pixels.
 LONG button_margin(const Control& control)
 {
@@ -212,21 +290,28 @@ LONG button_margin(const Control& control)
 
 TEST_F(Resources, EveryTextFitsItsControl)
 {
-    for (const Language& language : languages_) {
-        for (const auto& [name, id] : ids("IDD_")) {
-            for (const Control& control :
-                 support::read_dialog(language.library.get(), id).controls) {
-                if (is_button(control) && button_type(control) == BS_OWNERDRAW)
-                    continue;
-                if (!shows_prefix(control))
-                    continue;
-                const LONG margin = is_button(control) ? button_margin(control) : 0;
-                EXPECT_LE(control.text_size.cx + margin, control.size.cx)
-                    << win32::to_utf8(language.name) << " " << name << ": "
-                    << win32::to_utf8(control.text);
-                EXPECT_LE(control.text_size.cy, control.size.cy)
-                    << win32::to_utf8(language.name) << " " << name << ": "
-                    << win32::to_utf8(control.text);
+    // What a button of the panel may fill when the panel is as narrow as 240 pixels at 96 DPI.
+    constexpr LONG NARROW_BUTTON = 224;
+    // As on screens of 96, about 144, and 192 DPI.
+    for (const WORD points : {DIALOG_POINTS, WORD{14}, WORD{2 * DIALOG_POINTS}}) {
+        for (const Language& language : languages_) {
+            for (const auto& [name, id] : ids("IDD_")) {
+                for (const Control& control :
+                     support::read_dialog(language.library.get(), id, points).controls) {
+                    if (is_button(control) && button_type(control) == BS_OWNERDRAW)
+                        continue;
+                    if (!shows_prefix(control))
+                        continue;
+                    SCOPED_TRACE(fmt::format("{} {} at {} points: {}",
+                                             win32::to_utf8(language.name), name, points,
+                                             win32::to_utf8(control.text)));
+                    const LONG margin = is_button(control) ? button_margin(control) : 0;
+                    const LONG width = control.text_size.cx + margin;
+                    EXPECT_LE(width, control.size.cx);
+                    EXPECT_LE(control.text_size.cy, control.size.cy);
+                    EXPECT_TRUE(id != IDD_SIDEBAR || !is_button(control) ||
+                                width <= NARROW_BUTTON * points / DIALOG_POINTS);
+                }
             }
         }
     }

@@ -6,7 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <fstream>
 #include <regex>
 
@@ -53,6 +55,37 @@ Control read_control(HWND window)
     return control;
 }
 
+// The template of a dialog with another size of its font.
+std::vector<WORD> read_template(HMODULE library, int id, WORD points)
+{
+    const HRSRC found = FindResourceW(library, MAKEINTRESOURCEW(id), RT_DIALOG);
+    const HGLOBAL loaded = found != nullptr ? LoadResource(library, found) : nullptr;
+    if (loaded == nullptr) {
+        ADD_FAILURE() << "there is no dialog " << id;
+        return {};
+    }
+    const auto* words = static_cast<const WORD*>(LockResource(loaded));
+    std::vector<WORD> dialog(words, words + SizeofResource(library, found) / sizeof(WORD));
+    // Version, signature, help id, two styles, number of controls, and the rectangle stand before the
+    // menu, the class and the title, each of which is a text or the word 0xFFFF with a number.
+    constexpr std::size_t HEADER = 13;
+    constexpr WORD NUMBER = 0xFFFF;
+    std::size_t at = HEADER;
+    for (int field = 0; field < 3; ++field) {
+        if (dialog[at] == NUMBER)
+            at += 2;
+        else
+            at =
+                static_cast<std::size_t>(std::find(dialog.begin() + static_cast<std::ptrdiff_t>(at),
+                                                   dialog.end(), WORD{0}) -
+                                         dialog.begin()) +
+                1;
+    }
+    EXPECT_EQ(dialog[at], DIALOG_POINTS);
+    dialog[at] = points;
+    return dialog;
+}
+
 INT_PTR CALLBACK do_nothing(HWND, UINT, WPARAM, LPARAM)
 {
     return FALSE;
@@ -73,13 +106,17 @@ std::map<std::string, int> resource_ids()
     return ids;
 }
 
-Dialog read_dialog(HMODULE library, int id)
+Dialog read_dialog(HMODULE library, int id, WORD points)
 {
+    const std::vector<WORD> data = read_template(library, id, points);
+    if (data.empty())
+        return {};
     // Some of the dialogs are children of another window.
     const HWND parent = CreateWindowExW(0, L"Static", L"", WS_POPUP, 0, 0, 10, 10, nullptr, nullptr,
                                         nullptr, nullptr);
     Dialog dialog{};
-    const HWND window = CreateDialogParamW(library, MAKEINTRESOURCEW(id), parent, do_nothing, 0);
+    const HWND window = CreateDialogIndirectParamW(
+        library, reinterpret_cast<const DLGTEMPLATE*>(data.data()), parent, do_nothing, 0);
     EXPECT_NE(window, nullptr) << "dialog " << id << ": " << GetLastError();
     if (window != nullptr) {
         dialog.style = static_cast<DWORD>(GetWindowLongPtrW(window, GWL_STYLE));

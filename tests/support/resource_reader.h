@@ -29,9 +29,13 @@ struct Dialog {
     std::vector<Control> controls;  // in their order in the template
 };
 
+// The size of the font of every dialog, in points.
+constexpr WORD DIALOG_POINTS = 9;
+
 // Creates the dialog, without showing it, and looks at its controls. A test fails when it cannot be
-// created; then there are no controls.
-Dialog read_dialog(HMODULE library, int id);
+// created; then there are no controls. With another size of its font the dialog is what it is on a
+// screen of another DPI: everything in it grows with the font.
+Dialog read_dialog(HMODULE library, int id, WORD points = DIALOG_POINTS);
 
 struct MenuItem {
     UINT id;  // 0: a separator
