@@ -41,7 +41,9 @@ void PanelView::attach(HWND dialog, HWND frame)
     choose_folder_.attach(control(IDC_CHOOSE_FOLDER), Glyph::Folder);
     panel_menu_.attach(control(IDC_PANEL_MENU), Glyph::Menu);
     history_.attach(control(IDC_SHOW_HISTORY), Glyph::History);
-    const auto caption = [this](int id) { return without_access_key(win32::window_text(control(id))); };
+    const auto caption = [this](int id) {
+        return without_access_key(win32::window_text(control(id)));
+    };
     choose_folder_tip_.attach(dialog, control(IDC_CHOOSE_FOLDER), caption(IDC_CHOOSE_FOLDER));
     panel_menu_tip_.attach(dialog, control(IDC_PANEL_MENU), caption(IDC_PANEL_MENU));
     history_tip_.attach(dialog, control(IDC_SHOW_HISTORY), caption(IDC_SHOW_HISTORY));
