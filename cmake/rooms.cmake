@@ -25,7 +25,9 @@ function(revlane_dist target)
     endif()
     set(product "${folder}/${name}${CMAKE_SHARED_LIBRARY_SUFFIX}")
     if(MINGW)
-        set(copy "${CMAKE_STRIP}" --strip-all -o "${product}" "$<TARGET_FILE:${target}>")
+        # Without the option the time of day would be written into the library.
+        set(copy "${CMAKE_STRIP}" --strip-all --preserve-dates -o "${product}"
+            "$<TARGET_FILE:${target}>")
     else()
         set(copy "${CMAKE_COMMAND}" -E copy "$<TARGET_FILE:${target}>" "${product}")
     endif()

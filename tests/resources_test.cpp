@@ -108,16 +108,14 @@ std::size_t count_places(const std::wstring& text)
     return static_cast<std::size_t>(std::count(text.begin(), text.end(), L'{'));
 }
 
-// Where the code of a library begins that Windows runs as it loads it; 0: there is none.
-DWORD entry_point(HMODULE library)
+const IMAGE_OPTIONAL_HEADER64& header_of(HMODULE library)
 {
     // The lowest bits of the handle of a data file say how it was loaded.
     constexpr ULONG_PTR KIND_BITS = 3;
     const auto* image =
         reinterpret_cast<const char*>(reinterpret_cast<ULONG_PTR>(library) & ~KIND_BITS);
     const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(image);
-    return reinterpret_cast<const IMAGE_NT_HEADERS64*>(image + dos->e_lfanew)
-        ->OptionalHeader.AddressOfEntryPoint;
+    return reinterpret_cast<const IMAGE_NT_HEADERS64*>(image + dos->e_lfanew)->OptionalHeader;
 }
 
 TEST_F(Resources, EveryLibraryIsDataAndHoldsEveryId)
@@ -127,7 +125,8 @@ TEST_F(Resources, EveryLibraryIsDataAndHoldsEveryId)
         SCOPED_TRACE(win32::to_utf8(language.name));
         const HMODULE library = language.library.get();
         ASSERT_NE(library, nullptr);
-        EXPECT_EQ(entry_point(library), 0U);
+        // Nothing that Windows would run as it loads the library.
+        EXPECT_EQ(header_of(library).AddressOfEntryPoint, 0U);
         for (const auto& [name, id] : ids("IDS_"))
             EXPECT_FALSE(support::read_text(library, id).empty()) << name;
 
@@ -145,6 +144,44 @@ TEST_F(Resources, EveryLibraryIsDataAndHoldsEveryId)
         for (const auto& [name, id] : ids("ID_"))
             EXPECT_TRUE(commands.contains(id)) << name;
     }
+}
+
+// A text of the version record; empty when there is none.
+std::wstring version_text(const std::vector<char>& record, const wchar_t* name)
+{
+    void* text = nullptr;
+    UINT length = 0;
+    const std::wstring path = fmt::format(L"\\StringFileInfo\\040904B0\\{}", name);
+    if (VerQueryValueW(record.data(), path.c_str(), &text, &length) == FALSE)
+        return {};
+    return static_cast<const wchar_t*>(text);
+}
+
+TEST(Product, LibrariesAreHardenedAndTellTheirVersion)
+{
+    int count = 0;
+    for (const fs::directory_entry& entry :
+         fs::recursive_directory_iterator(support::product_root() / L"dist")) {
+        if (entry.path().extension() != L".dll")
+            continue;
+        ++count;
+        const std::wstring path = entry.path().wstring();
+        SCOPED_TRACE(win32::to_utf8(path));
+        const win32::LibraryHandle library(
+            LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_AS_IMAGE_RESOURCE));
+        ASSERT_TRUE(library);
+        constexpr WORD HARDENED = IMAGE_DLLCHARACTERISTICS_HIGH_ENTROPY_VA |
+                                  IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE |
+                                  IMAGE_DLLCHARACTERISTICS_NX_COMPAT;
+        EXPECT_EQ(header_of(library.get()).DllCharacteristics & HARDENED, HARDENED);
+
+        std::vector<char> record(GetFileVersionInfoSizeW(path.c_str(), nullptr));
+        ASSERT_TRUE(
+            GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(record.size()), record.data()));
+        EXPECT_EQ(version_text(record, L"FileVersion"), REVLANE_VERSION);
+        EXPECT_EQ(version_text(record, L"OriginalFilename"), entry.path().filename().wstring());
+    }
+    EXPECT_GT(count, 1);
 }
 
 TEST_F(Resources, TextsTakeTheValuesThatEnglishTakes)
