@@ -1,28 +1,33 @@
 # Writes dist/THIRD-PARTY.txt: the licence of every library that is linked into the plug-in.
 
-set(licence_texts "")
+set(third_party "Revlane contains the libraries named below, under these licences.\n")
+
+function(revlane_append_terms title file)
+    file(READ "${file}" terms)
+    string(REPEAT "=" 80 line)
+    string(APPEND third_party "\n${line}\n${title}\n${line}\n\n${terms}")
+    set(third_party "${third_party}" PARENT_SCOPE)
+endfunction()
+
 if(MINGW)
     file(GLOB licence_texts "${REVLANE_LICENCES}/*")
+    foreach(text IN LISTS licence_texts)
+        get_filename_component(library "${text}" NAME)
+        revlane_append_terms("${library}" "${text}")
+    endforeach()
+    # Debian's texts refer to these files, which nobody has on Windows.
+    revlane_append_terms("GPL-3, to which the GCC Runtime Library Exception is an addition"
+        /usr/share/common-licenses/GPL-3)
+    revlane_append_terms("CC0-1.0, of tl expected" /usr/share/common-licenses/CC0-1.0)
 else()
     foreach(port IN ITEMS bshoshany-thread-pool fmt libgit2 http-parser llhttp ms-gsl pcre2
             tl-expected zlib)
         if(EXISTS "${REVLANE_LICENCES}/${port}/copyright")
-            list(APPEND licence_texts "${REVLANE_LICENCES}/${port}/copyright")
+            revlane_append_terms("${port}" "${REVLANE_LICENCES}/${port}/copyright")
         endif()
     endforeach()
 endif()
 
-set(third_party "Revlane contains the following libraries.\n")
-foreach(text IN LISTS licence_texts)
-    get_filename_component(library "${text}" NAME)
-    if(library STREQUAL "copyright")
-        get_filename_component(library "${text}" DIRECTORY)
-        get_filename_component(library "${library}" NAME)
-    endif()
-    file(READ "${text}" terms)
-    string(REPEAT "=" 80 line)
-    string(APPEND third_party "\n${line}\n${library}\n${line}\n\n${terms}")
-endforeach()
 # Only a text that differs is written, so that dist/ stays untouched by a configuration without
 # changes.
 set(former "")
