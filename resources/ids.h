@@ -92,7 +92,6 @@
 #define IDS_FILTER_BY_TAG 1111          // {} text
 #define IDS_FILTER_BY_FILE 1112         // {} path: "history of {}"
 #define IDS_HISTORY_UNBORN 1113         // {} branch: it has no commits yet
-#define IDS_HISTORY_NO_REPOSITORY 1114  // "No repository is open."
 #define IDS_COMMIT_CHANGES_TITLE 1115   // {} short id, {} summary: title of the changed files
 #define IDS_COMPARE_COMMITS_TITLE 1116  // {} and {}: short ids
 #define IDS_COMMIT_NOT_LISTED 1117      // {} short id: it is not in the list
