@@ -18,6 +18,9 @@ namespace {
 constexpr UINT BUSY_INTERVAL_MS = 100;
 // A command that ends sooner shows no progress: the bar would only flash.
 constexpr auto PROGRESS_DELAY = std::chrono::milliseconds(250);
+// An automatic fetch stays unseen unless it takes this long: then git may be waiting for an answer
+// that nobody can give it.
+constexpr auto FETCH_PROGRESS_DELAY = std::chrono::seconds(3);
 constexpr UINT STAMPS_INTERVAL_MS = 2000;
 
 }  // namespace
@@ -255,9 +258,21 @@ void ChangesSidebar::update_cursor() const
                      MAKELPARAM(HTCLIENT, WM_MOUSEMOVE));
 }
 
+bool ChangesSidebar::is_fetching_long() const
+{
+    const auto since = fetch_context_->fetching_since();
+    return since && AutoFetcher::Clock::now() - *since >= FETCH_PROGRESS_DELAY;
+}
+
+// Whether something runs that the user can cancel.
+bool ChangesSidebar::is_busy() const
+{
+    return commands_.is_busy() || is_fetching_long();
+}
+
 void ChangesSidebar::watch_busy()
 {
-    if (busy_since_ || !commands_.is_busy())
+    if (busy_since_ || !is_busy())
         return;
     busy_since_ = std::chrono::steady_clock::now();
     SetTimer(dialog_, TIMER_BUSY, BUSY_INTERVAL_MS, nullptr);
@@ -275,6 +290,7 @@ void ChangesSidebar::on_timer(UINT_PTR timer)
         break;
     case TIMER_STAMPS:
         check_stamps();
+        watch_busy();
         break;
     default:
         break;
@@ -283,7 +299,7 @@ void ChangesSidebar::on_timer(UINT_PTR timer)
 
 void ChangesSidebar::on_busy_timer()
 {
-    if (commands_.is_busy()) {
+    if (is_busy()) {
         view_.show_progress(busy_since_ &&
                             std::chrono::steady_clock::now() - *busy_since_ >= PROGRESS_DELAY);
         return;

@@ -90,6 +90,8 @@ private:
     void drain_messages() noexcept;
     void show_error_later(std::wstring text);
     void update_cursor() const;
+    [[nodiscard]] bool is_fetching_long() const;
+    [[nodiscard]] bool is_busy() const;
     void watch_busy();
     void on_busy_timer();
 

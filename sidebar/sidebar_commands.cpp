@@ -360,10 +360,14 @@ void ChangesSidebar::on_show_output()
 
 void ChangesSidebar::on_cancel()
 {
-    if (!commands_.is_busy())
+    if (!is_busy())
         return;
+    // Looks out for the end of what is cancelled.
+    watch_busy();
     is_cancelling_ = true;
     commands_.cancel();
+    if (is_fetching_long())
+        fetcher_.cancel();
     host::set_status_text(host_, host::load_text(IDS_CANCELLED));
 }
 
@@ -430,7 +434,7 @@ void ChangesSidebar::on_show_menu()
     PanelMenuState menu;
     menu.has_repository = repository_.has_value();
     menu.has_remote = state_ && state_->has_remote;
-    menu.is_busy = commands_.is_busy();
+    menu.is_busy = is_busy();
     menu.auto_fetch = auto_fetch_;
     show_panel_menu(dialog_, GetDlgItem(dialog_, IDC_PANEL_MENU), menu);
 }

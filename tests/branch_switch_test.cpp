@@ -600,47 +600,6 @@ TEST_F(BranchSwitch, SaysSoWhenItsStashIsNotListed)
 
 namespace {
 
-std::wstring path_variable()
-{
-    std::wstring value(GetEnvironmentVariableW(L"PATH", nullptr, 0), L'\0');
-    value.resize(GetEnvironmentVariableW(L"PATH", value.data(), static_cast<DWORD>(value.size())));
-    return value;
-}
-
-// While it lives, "git" is one that fails at its start number `at`.
-class FailingGit {
-public:
-    FailingGit(int at, const wchar_t* how)
-        : real_(L"REVLANE_REAL_GIT", real_git().c_str()),
-          path_(L"PATH", (folder().native() + L';' + path_variable()).c_str()),
-          starts_(L"REVLANE_STARTS", (scratch_.path() / L"starts").c_str()),
-          at_(L"REVLANE_FAIL_AT", std::to_wstring(at).c_str()), how_(L"REVLANE_FAIL_HOW", how)
-    {
-    }
-
-private:
-    static std::wstring real_git()
-    {
-        std::array<wchar_t, MAX_PATH> found{};
-        SearchPathW(nullptr, L"git.exe", nullptr, static_cast<DWORD>(found.size()), found.data(),
-                    nullptr);
-        return found.data();
-    }
-    static std::filesystem::path folder()
-    {
-        std::array<wchar_t, MAX_PATH> program{};
-        GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size()));
-        return std::filesystem::path(program.data()).parent_path() / L"failing_git";
-    }
-
-    support::TempFolder scratch_;
-    support::ScopedVariable real_;
-    support::ScopedVariable path_;
-    support::ScopedVariable starts_;
-    support::ScopedVariable at_;
-    support::ScopedVariable how_;
-};
-
 constexpr const char* WORK_IN_THE_BALANCE = R"(
     echo "work unstaged" >>a
     echo "work staged" >>b; git add b; echo "work and more" >>b
@@ -662,7 +621,7 @@ TEST_F(BranchSwitch, LosesNothingWhenACommandDies)
                              Case{4, L"after", 1}, Case{5, L"before", 1}, Case{5, L"after", 0}}) {
         SCOPED_TRACE(std::to_string(test.at) + " " + win32::to_utf8(test.how));
         begin(WORK_IN_THE_BALANCE);
-        const FailingGit failing(test.at, test.how);
+        const support::FailingGit failing(test.at, test.how);
         switch_to("other");
         ASSERT_EQ(results_.size(), static_cast<std::size_t>(test.at));
         EXPECT_FALSE(results_.back().ok);
@@ -677,7 +636,7 @@ TEST_F(BranchSwitch, StopsWhenItIsCancelled)
     const win32::KernelHandle reached(CreateEventW(nullptr, TRUE, FALSE, name));
     const support::ScopedVariable event(L"REVLANE_FAIL_EVENT", name);
     constexpr int checkout = 3;
-    const FailingGit failing(checkout, L"hang");
+    const support::FailingGit failing(checkout, L"hang");
     std::thread user([&] {
         EXPECT_EQ(WaitForSingleObject(reached.get(), 20'000), WAIT_OBJECT_0);
         git_.cancel();

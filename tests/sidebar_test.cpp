@@ -4,6 +4,9 @@
 #include "plugin/host/messages.h"
 #include "resources/ids.h"
 #include "tests/support/editor_driver.h"
+#include "tests/support/panel.h"
+#include "tests/support/process_state.h"
+#include "tests/support/recorded_git.h"
 #include "tests/support/temp_repository.h"
 #include "win32/text.h"
 #include "win32/window.h"
@@ -26,148 +29,11 @@
 namespace {
 
 using namespace std::chrono_literals;
-using support::BoxAnswer;
 using support::EditorDriver;
+using support::Panel;
 using support::TempFolder;
 using support::TempRepository;
-
-using Texts = std::vector<std::wstring>;
-
-// An editor with a file of the repository open and the panel docked.
-class Panel {
-public:
-    explicit Panel(const TempRepository& repository, std::string_view settings = {},
-                   std::string_view document = {})
-        : repository_(repository), driver_(support::delivered_plugin(), settings)
-    {
-        // Any path of the repository will do; the editor opens what is there.
-        if (document.empty())
-            repository.write_file(".git/opened.txt", "a document");
-        open(repository.path() /
-             (document.empty() ? L".git/opened.txt" : win32::to_wide(document)));
-        dialog_ = driver_.open_panel();
-        EXPECT_NE(dialog_, nullptr);
-    }
-
-    EditorDriver& driver() { return driver_; }
-    void open(const std::filesystem::path& file)
-    {
-        EXPECT_TRUE(driver_.open(file)) << win32::to_utf8(file.wstring());
-    }
-    [[nodiscard]] HWND dialog() const { return dialog_; }
-    [[nodiscard]] HWND control(int id) const { return GetDlgItem(dialog_, id); }
-
-    [[nodiscard]] Texts rows(int list) const
-    {
-        Texts texts;
-        for (const auto& row : support::rows_of(dialog_, list))
-            texts.push_back(row.empty() ? std::wstring() : row.front());
-        return texts;
-    }
-    // The rows that the lists must have, as git sees the repository. Renames are not looked for.
-    [[nodiscard]] std::map<int, Texts> rows_by_git() const
-    {
-        std::map<int, Texts> rows{{IDC_STAGED_LIST, {}}, {IDC_CHANGES_LIST, {}}};
-        repository_.git({"config", "status.renames", "false"});
-        for (const support::StatusEntry& entry : repository_.status()) {
-            const std::wstring path = win32::to_wide(entry.path);
-            const bool conflict = entry.index == 'U' || entry.worktree == 'U' ||
-                                  (entry.index == 'A' && entry.worktree == 'A') ||
-                                  (entry.index == 'D' && entry.worktree == 'D');
-            const auto label = [&](char letter) {
-                return conflict                         ? L" (conflict)"
-                       : letter == '?' || letter == 'A' ? L" (new)"
-                       : letter == 'D'                  ? L" (deleted)"
-                                                        : L"";
-            };
-            if (entry.index != ' ' && entry.index != '?')
-                rows[IDC_STAGED_LIST].push_back(path + label(entry.index));
-            if (entry.worktree != ' ')
-                rows[IDC_CHANGES_LIST].push_back(path + label(entry.worktree));
-        }
-        for (auto& [list, texts] : rows)
-            std::sort(texts.begin(), texts.end());
-        return rows;
-    }
-    // Waits until both lists show what git says.
-    bool agrees_with_git()
-    {
-        const std::map<int, Texts> wanted = rows_by_git();
-        const auto shown = [this](int list) {
-            Texts texts = rows(list);
-            std::sort(texts.begin(), texts.end());
-            return texts;
-        };
-        const bool agrees = driver_.wait([&] {
-            return shown(IDC_STAGED_LIST) == wanted.at(IDC_STAGED_LIST) &&
-                   shown(IDC_CHANGES_LIST) == wanted.at(IDC_CHANGES_LIST);
-        });
-        for (const auto& [list, texts] : wanted)
-            EXPECT_EQ(shown(list), texts);
-        return agrees;
-    }
-    bool wait(const std::function<bool()>& condition) { return driver_.wait(condition); }
-    bool wait_rows(int list, std::size_t count)
-    {
-        return wait([&] { return rows(list).size() == count; });
-    }
-    // Without the mark of the access key.
-    bool wait_text(int id, const std::wstring& text)
-    {
-        const auto shown = [&] {
-            std::wstring control = support::control_text(dialog_, id);
-            std::erase(control, L'&');
-            return control;
-        };
-        const bool found = wait([&] { return shown() == text; });
-        EXPECT_EQ(shown(), text);
-        return found;
-    }
-    // Selects rows by their texts, in a list that shows them.
-    void select(int list, const Texts& texts)
-    {
-        const Texts shown = rows(list);
-        std::vector<int> indices;
-        for (const std::wstring& text : texts) {
-            const auto found = std::find(shown.begin(), shown.end(), text);
-            ASSERT_NE(found, shown.end()) << win32::to_utf8(text);
-            indices.push_back(static_cast<int>(found - shown.begin()));
-        }
-        support::select_rows(dialog_, list, indices);
-    }
-    [[nodiscard]] Texts selected(int list) const
-    {
-        const Texts shown = rows(list);
-        Texts selection;
-        for (std::size_t i = 0; i < shown.size(); ++i)
-            if (SendDlgItemMessageW(dialog_, list, LVM_GETITEMSTATE, i, LVIS_SELECTED) != 0)
-                selection.push_back(shown[i]);
-        return selection;
-    }
-    void choose(int command) { support::choose(dialog_, command); }
-    void click(int id) { support::click(dialog_, id); }
-    void set_message(const std::wstring& text)
-    {
-        support::set_control_text(dialog_, IDC_COMMIT_MESSAGE, text);
-    }
-    [[nodiscard]] std::wstring message() const
-    {
-        return support::control_text(dialog_, IDC_COMMIT_MESSAGE);
-    }
-    // Does something and waits for the box that it leads to; what the box said.
-    std::wstring box_after(const std::function<void()>& action, int button = IDCLOSE)
-    {
-        const BoxAnswer box(button);
-        action();
-        EXPECT_TRUE(wait([&] { return box.text().has_value(); }));
-        return box.text().value_or(L"");
-    }
-
-private:
-    const TempRepository& repository_;
-    EditorDriver driver_;
-    HWND dialog_ = nullptr;
-};
+using support::Texts;
 
 bool contains(const std::wstring& text, std::wstring_view part)
 {
@@ -727,6 +593,27 @@ TEST(Sidebar, CancelsACommandAndGoesOn)
     panel.click(IDC_STAGE_ALL_AND_COMMIT);
     EXPECT_TRUE(panel.wait([&] { return panel.message().empty(); }));
     EXPECT_EQ(repository.git({"log", "-1", "--format=%s"}), "after\n");
+}
+
+TEST(Sidebar, ShowsAnAutomaticFetchThatHangsAndCancelsIt)
+{
+    const TempRepository repository = with_files();
+    const support::FailingGit hanging(0, L"stay");
+    Panel panel(repository, "[Revlane]\nautofetch=1\n");
+    const auto progress = [&] { return IsWindowVisible(panel.control(IDC_PROGRESS)) != FALSE; };
+    ASSERT_TRUE(panel.wait([&] { return hanging.starts() == 1; }));
+    // A fetch that ends soon would not be seen, and there is nothing to cancel yet.
+    panel.choose(ID_CANCEL_COMMAND);
+    panel.driver().pump();
+    EXPECT_FALSE(progress());
+    EXPECT_TRUE(panel.wait(progress));
+    EXPECT_EQ(support::process_state().git_processes, 1U);
+    panel.choose(ID_CANCEL_COMMAND);
+    EXPECT_TRUE(panel.wait([&] { return !progress(); }));
+    EXPECT_EQ(support::process_state().git_processes, 0U);
+    EXPECT_EQ(panel.driver().frame().status(), L"Cancelled");
+    // Nobody asked for the fetch, so nobody is bothered with its end.
+    EXPECT_TRUE(IsWindowEnabled(panel.driver().window()));
 }
 
 TEST(Sidebar, ClosesAtOnceWithWorkInFlight)

@@ -6,6 +6,7 @@
 
 #include <commctrl.h>
 
+#include <algorithm>
 #include <array>
 
 namespace support {
@@ -125,7 +126,16 @@ void EditorDriver::pump()
 
 Dispatch EditorDriver::dispatch()
 {
-    return [this](MSG& message) { editor_->dispatch(message); };
+    return [this](MSG& message) {
+        const auto start = std::chrono::steady_clock::now();
+        editor_->dispatch(message);
+        longest_dispatch_ = std::max(longest_dispatch_, std::chrono::steady_clock::now() - start);
+    };
+}
+
+std::chrono::milliseconds EditorDriver::longest_dispatch() const
+{
+    return std::chrono::duration_cast<std::chrono::milliseconds>(longest_dispatch_);
 }
 
 std::wstring control_text(HWND dialog, int id)

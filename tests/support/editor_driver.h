@@ -64,12 +64,15 @@ public:
               std::chrono::milliseconds deadline = pump_deadline);
     // Dispatches what waits.
     void pump();
+    // How long one message has kept the window thread at most. A box that was open counts.
+    [[nodiscard]] std::chrono::milliseconds longest_dispatch() const;
 
 private:
     [[nodiscard]] Dispatch dispatch();
 
     TempFolder folder_;
     std::optional<quorrel::Editor> editor_;
+    std::chrono::steady_clock::duration longest_dispatch_{};
 };
 
 // The text of a control of a dialog.

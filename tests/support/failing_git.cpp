@@ -1,10 +1,11 @@
 // A git.exe that hands its arguments on to the real one, which REVLANE_REAL_GIT names, but fails at
-// one of its starts: REVLANE_FAIL_AT is its number, counted from 1 in the file REVLANE_STARTS, and
-// REVLANE_FAIL_HOW says how it goes wrong:
+// one of its starts: REVLANE_FAIL_AT is its number, counted from 1 in the file REVLANE_STARTS, or 0
+// for every start. REVLANE_FAIL_HOW says how it goes wrong:
 //
 //   before    it fails at once
 //   after     it fails when the real git has done its work
 //   hang      it sets the event REVLANE_FAIL_EVENT when the real git has done its work, and stays
+//   stay      it does nothing, and stays
 #include "win32/handle.h"
 
 #include <windows.h>
@@ -61,16 +62,19 @@ int run_real_git()
 
 int wmain()
 {
-    if (count_start() != std::stoul(variable(L"REVLANE_FAIL_AT")))
+    const unsigned long start = count_start();
+    const unsigned long fails_at = std::stoul(variable(L"REVLANE_FAIL_AT"));
+    if (fails_at != 0 && fails_at != start)
         return run_real_git();
     const std::wstring how = variable(L"REVLANE_FAIL_HOW");
-    if (how != L"before")
+    if (how == L"after" || how == L"hang")
         run_real_git();
     if (how == L"hang") {
         const win32::KernelHandle event(
             OpenEventW(EVENT_MODIFY_STATE, FALSE, variable(L"REVLANE_FAIL_EVENT").c_str()));
         SetEvent(event.get());
-        Sleep(longest_wait_ms);
     }
+    if (how == L"hang" || how == L"stay")
+        Sleep(longest_wait_ms);
     return failure;
 }

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace support {
@@ -21,16 +22,30 @@ std::wstring variable(const wchar_t* name)
     return value;
 }
 
-// The build puts the stand-in into a folder of its own beside the test program, so that only the
+// The build puts each stand-in into a folder of its own beside the test program, so that only the
 // tests that ask for it find it.
-fs::path stand_in_folder()
+fs::path stand_in_folder(const wchar_t* name)
 {
     std::array<wchar_t, MAX_PATH> program{};
     GetModuleFileNameW(nullptr, program.data(), static_cast<DWORD>(program.size()));
-    fs::path folder = fs::path(program.data()).parent_path() / L"recording_git";
+    fs::path folder = fs::path(program.data()).parent_path() / name;
     if (!fs::exists(folder / L"git.exe"))
         throw std::runtime_error("the stand-in for git.exe was not built");
     return folder;
+}
+
+// The path on which the stand-in comes first.
+std::wstring path_with(const wchar_t* stand_in)
+{
+    return stand_in_folder(stand_in).native() + L';' + variable(L"PATH");
+}
+
+std::wstring real_git()
+{
+    std::array<wchar_t, MAX_PATH> found{};
+    SearchPathW(nullptr, L"git.exe", nullptr, static_cast<DWORD>(found.size()), found.data(),
+                nullptr);
+    return found.data();
 }
 
 }  // namespace
@@ -47,7 +62,7 @@ ScopedVariable::~ScopedVariable()
 }
 
 RecordedGit::RecordedGit()
-    : path_(L"PATH", (stand_in_folder().native() + L';' + variable(L"PATH")).c_str()),
+    : path_(L"PATH", path_with(L"recording_git").c_str()),
       record_(L"REVLANE_RECORD", (folder_.path() / L"runs").c_str())
 {
 }
@@ -86,6 +101,22 @@ std::vector<std::wstring> RecordedGit::take_command_lines()
     for (RecordedRun& run : take_runs())
         lines.push_back(std::move(run.command_line));
     return lines;
+}
+
+FailingGit::FailingGit(int at, const wchar_t* how)
+    : real_(L"REVLANE_REAL_GIT", real_git().c_str()),
+      path_(L"PATH", path_with(L"failing_git").c_str()),
+      starts_(L"REVLANE_STARTS", (folder_.path() / L"starts").c_str()),
+      at_(L"REVLANE_FAIL_AT", std::to_wstring(at).c_str()), how_(L"REVLANE_FAIL_HOW", how)
+{
+}
+
+std::size_t FailingGit::starts() const
+{
+    // One byte a start; there is no file before the first.
+    std::error_code failed;
+    const auto size = fs::file_size(folder_.path() / L"starts", failed);
+    return failed ? 0 : static_cast<std::size_t>(size);
 }
 
 }  // namespace support

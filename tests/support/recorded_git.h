@@ -1,9 +1,10 @@
-// Puts the stand-in for git.exe (recording_git.cpp) in the place of the real one and reads what it
-// has recorded.
+// Puts a stand-in for git.exe in the place of the real one: one that records its runs
+// (recording_git.cpp), or one that fails (failing_git.cpp).
 #pragma once
 
 #include "tests/support/temp_repository.h"
 
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -45,6 +46,24 @@ private:
     TempFolder folder_;
     ScopedVariable path_;
     ScopedVariable record_;
+};
+
+// While it lives, "git" is one that fails at its start number `at` (0: at every start) and else is the
+// real one. `how` is what failing_git.cpp knows.
+class FailingGit {
+public:
+    FailingGit(int at, const wchar_t* how);
+
+    // How often git was started.
+    [[nodiscard]] std::size_t starts() const;
+
+private:
+    ScopedVariable real_;
+    ScopedVariable path_;
+    TempFolder folder_;
+    ScopedVariable starts_;
+    ScopedVariable at_;
+    ScopedVariable how_;
 };
 
 }  // namespace support
