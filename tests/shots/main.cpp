@@ -23,6 +23,15 @@ int main(int count, char** arguments)
     }
     const support::Album album{arguments[1], arguments[2]};
     const std::vector<std::string> wanted(arguments + 3, arguments + count);
+    for (const std::string& name : wanted) {
+        const bool is_known =
+            std::any_of(support::scenes().begin(), support::scenes().end(),
+                        [&](const support::Scene& scene) { return scene.name == name; });
+        if (!is_known) {
+            fmt::print(stderr, "There is no scene \"{}\".\n", name);
+            return 2;
+        }
+    }
     const HRESULT com = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
     INITCOMMONCONTROLSEX controls{sizeof controls, ICC_WIN95_CLASSES | ICC_STANDARD_CLASSES};
     InitCommonControlsEx(&controls);
