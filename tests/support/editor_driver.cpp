@@ -177,7 +177,7 @@ void select_rows(HWND dialog, int list, const std::vector<int>& rows)
                               LVIS_SELECTED | LVIS_FOCUSED);
 }
 
-BoxAnswer::BoxAnswer(int button) : button_(button)
+BoxAnswer::BoxAnswer(int button, Boxes which) : button_(button), which_(which)
 {
     constexpr UINT INTERVAL_MILLISECONDS = 20;
     active = this;
@@ -195,7 +195,8 @@ void BoxAnswer::look(HWND, UINT, UINT_PTR, DWORD)
     EnumThreadWindows(
         GetCurrentThreadId(),
         [](HWND window, LPARAM) -> BOOL {
-            if (active == nullptr || active->text_ || !is_box(window))
+            if (active == nullptr || !is_box(window) ||
+                (active->text_ && active->which_ == Boxes::Next))
                 return TRUE;
             active->answer(window);
             return FALSE;

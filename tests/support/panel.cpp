@@ -27,6 +27,7 @@ const wchar_t* label(char letter, bool is_conflict)
 Panel::Panel(const TempRepository& repository, std::string_view settings, std::string_view document)
     : repository_(repository), driver_(delivered_plugin(), settings)
 {
+    repository.git({"config", "status.renames", "false"});
     // Any path of the repository will do; the editor opens what is there.
     if (document.empty())
         repository.write_file(".git/opened.txt", "a document");
@@ -51,7 +52,6 @@ Texts Panel::rows(int list) const
 std::map<int, Texts> Panel::rows_by_git() const
 {
     std::map<int, Texts> rows{{IDC_STAGED_LIST, {}}, {IDC_CHANGES_LIST, {}}};
-    repository_.git({"config", "status.renames", "false"});
     for (const StatusEntry& entry : repository_.status()) {
         const std::wstring path = win32::to_wide(entry.path);
         const bool is_conflict = entry.index == 'U' || entry.worktree == 'U' ||
@@ -67,22 +67,30 @@ std::map<int, Texts> Panel::rows_by_git() const
     return rows;
 }
 
-bool Panel::agrees_with_git(std::chrono::milliseconds deadline)
+Texts Panel::sorted_rows(int list) const
 {
-    const std::map<int, Texts> wanted = rows_by_git();
-    const auto shown = [this](int list) {
-        Texts texts = rows(list);
-        std::sort(texts.begin(), texts.end());
-        return texts;
-    };
-    const bool agrees = driver_.wait(
+    Texts texts = rows(list);
+    std::sort(texts.begin(), texts.end());
+    return texts;
+}
+
+bool Panel::shows(const std::map<int, Texts>& wanted, std::chrono::milliseconds deadline)
+{
+    return driver_.wait(
         [&] {
-            return shown(IDC_STAGED_LIST) == wanted.at(IDC_STAGED_LIST) &&
-                   shown(IDC_CHANGES_LIST) == wanted.at(IDC_CHANGES_LIST);
+            return std::all_of(wanted.begin(), wanted.end(), [this](const auto& list) {
+                return sorted_rows(list.first) == list.second;
+            });
         },
         deadline);
+}
+
+bool Panel::agrees_with_git()
+{
+    const std::map<int, Texts> wanted = rows_by_git();
+    const bool agrees = shows(wanted, pump_deadline);
     for (const auto& [list, texts] : wanted)
-        EXPECT_EQ(shown(list), texts);
+        EXPECT_EQ(sorted_rows(list), texts);
     return agrees;
 }
 

@@ -34,10 +34,14 @@ public:
 
     // The first column of a list.
     [[nodiscard]] Texts rows(int list) const;
-    // The rows that the lists must have, as git sees the repository. Renames are not looked for.
+    [[nodiscard]] Texts sorted_rows(int list) const;
+    // The rows that the lists must have, sorted, as git sees the repository. Renames are not looked
+    // for.
     [[nodiscard]] std::map<int, Texts> rows_by_git() const;
+    // Waits until the lists show these rows in any order, and returns whether they did.
+    bool shows(const std::map<int, Texts>& wanted, std::chrono::milliseconds deadline);
     // Waits until both lists show what git says.
-    bool agrees_with_git(std::chrono::milliseconds deadline = pump_deadline);
+    bool agrees_with_git();
     bool wait(const std::function<bool()>& condition) { return driver_.wait(condition); }
     bool wait_rows(int list, std::size_t count);
     // Without the mark of the access key.
