@@ -103,7 +103,7 @@ protected:
             }
             expect_truth();
         } while (std::chrono::steady_clock::now() < end && !HasFailure());
-        longest_dispatch_ = std::max(longest_dispatch_, panel.driver().longest_dispatch());
+        longest_dispatch_ = std::max(longest_dispatch_, panel.driver().take_longest_dispatch());
         panel_ = nullptr;
     }
 
@@ -227,7 +227,7 @@ protected:
         EXPECT_EQ(process_state().git_processes, 0U);
     }
 
-    std::map<int, Texts> truth() const
+    std::map<int, Texts> truth()
     {
         std::map<int, Texts> rows = panel_->rows_by_git();
         Texts& branches = rows[IDC_BRANCHES_LIST];
@@ -284,7 +284,8 @@ TEST_F(Soak, WorkAtRandomEndsInWhatGitSays)
     }
     for (const auto& [name, count] : done_)
         std::cout << name << ' ' << count << '\n';
-    std::cout << "Longest message " << longest_dispatch_.count() << " ms\n";
+    std::cout << "Longest message, boxes that were open included: " << longest_dispatch_.count()
+              << " ms\n";
     // Whatever came in between, the repository is whole.
     EXPECT_EQ(repository_.script("git fsck --no-dangling 2>&1 | grep -v '^notice' || true"), "");
 }

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace support {
 
@@ -133,9 +134,10 @@ Dispatch EditorDriver::dispatch()
     };
 }
 
-std::chrono::milliseconds EditorDriver::longest_dispatch() const
+std::chrono::milliseconds EditorDriver::take_longest_dispatch()
 {
-    return std::chrono::duration_cast<std::chrono::milliseconds>(longest_dispatch_);
+    return std::chrono::duration_cast<std::chrono::milliseconds>(
+        std::exchange(longest_dispatch_, {}));
 }
 
 std::wstring control_text(HWND dialog, int id)

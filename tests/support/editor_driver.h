@@ -64,8 +64,9 @@ public:
               std::chrono::milliseconds deadline = pump_deadline);
     // Dispatches what waits.
     void pump();
-    // How long one message has kept the window thread at most. A box that was open counts.
-    [[nodiscard]] std::chrono::milliseconds longest_dispatch() const;
+    // How long one message has kept the window thread at most since the last call, or since the
+    // start. A box that was open counts.
+    std::chrono::milliseconds take_longest_dispatch();
 
 private:
     [[nodiscard]] Dispatch dispatch();

@@ -7,6 +7,7 @@
 #include <commctrl.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace support {
 
@@ -27,7 +28,6 @@ const wchar_t* label(char letter, bool is_conflict)
 Panel::Panel(const TempRepository& repository, std::string_view settings, std::string_view document)
     : repository_(repository), driver_(delivered_plugin(), settings)
 {
-    repository.git({"config", "status.renames", "false"});
     // Any path of the repository will do; the editor opens what is there.
     if (document.empty())
         repository.write_file(".git/opened.txt", "a document");
@@ -49,8 +49,10 @@ Texts Panel::rows(int list) const
     return texts;
 }
 
-std::map<int, Texts> Panel::rows_by_git() const
+std::map<int, Texts> Panel::rows_by_git()
 {
+    if (!std::exchange(renames_are_off_, true))
+        repository_.git({"config", "status.renames", "false"});
     std::map<int, Texts> rows{{IDC_STAGED_LIST, {}}, {IDC_CHANGES_LIST, {}}};
     for (const StatusEntry& entry : repository_.status()) {
         const std::wstring path = win32::to_wide(entry.path);

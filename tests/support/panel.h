@@ -37,7 +37,7 @@ public:
     [[nodiscard]] Texts sorted_rows(int list) const;
     // The rows that the lists must have, sorted, as git sees the repository. Renames are not looked
     // for.
-    [[nodiscard]] std::map<int, Texts> rows_by_git() const;
+    std::map<int, Texts> rows_by_git();
     // Waits until the lists show these rows in any order, and returns whether they did.
     bool shows(const std::map<int, Texts>& wanted, std::chrono::milliseconds deadline);
     // Waits until both lists show what git says.
@@ -60,6 +60,7 @@ private:
     const TempRepository& repository_;
     EditorDriver driver_;
     HWND dialog_ = nullptr;
+    bool renames_are_off_ = false;
 };
 
 }  // namespace support
