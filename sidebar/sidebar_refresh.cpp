@@ -70,6 +70,8 @@ void ChangesSidebar::on_changes(const ChangesResult& result)
 {
     if (!repository_)
         return;
+    // A file that goes away while it is read makes all of it fail, and nothing may change after that.
+    changes_are_stale_ = !result;
     if (result) {
         refresh_error_shown_ = false;
         has_changes_ = true;
@@ -142,12 +144,16 @@ void ChangesSidebar::on_state(PanelState state)
 }
 
 // Looks whether another program has changed HEAD, the index or a reference, which the watcher does
-// not report.
+// not report. A refresh that failed is tried again.
 void ChangesSidebar::check_stamps()
 {
     const bool is_worth_it = repository_ && stamps_ && IsWindowVisible(dialog_) &&
                              !commands_.is_busy() && !changes_.is_busy();
-    if (is_worth_it)
+    if (!is_worth_it)
+        return;
+    if (changes_are_stale_)
+        refresh();
+    else
         read_stamps(false);
 }
 

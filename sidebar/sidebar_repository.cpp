@@ -104,6 +104,7 @@ void ChangesSidebar::forget_repository()
     state_.reset();
     stamps_.reset();
     has_changes_ = false;
+    changes_are_stale_ = false;
     refresh_error_shown_ = false;
     KillTimer(dialog_, TIMER_LOOK_AGAIN);
     view_.show_state(std::nullopt);

@@ -174,6 +174,24 @@ TEST(TaskSlot, DropsWhatWaitsForWhatComesLater)
     EXPECT_FALSE(slot.busy());
 }
 
+// What is submitted to one slot and then to another runs in that order, whatever waited before.
+TEST(TaskSlot, QueuesBehindTheTasksOfOtherSlots)
+{
+    BS::thread_pool<> pool(1);
+    win32::TaskSlot slot(pool);
+    win32::TaskSlot other(pool);
+    HeldTask held;
+    std::vector<int> ran;
+    other.submit(held.task());
+    ASSERT_TRUE(held.wait_until_it_runs());
+    slot.submit([&] { ran.push_back(1); });
+    other.submit([&] { ran.push_back(2); });
+    slot.submit([&] { ran.push_back(3); });
+    held.release();
+    ASSERT_TRUE(pool.wait_for(deadline));
+    EXPECT_EQ(ran, (std::vector{2, 3}));
+}
+
 TEST(TaskSlot, FreesADroppedTaskAtOnceAndLeavesOthersAlone)
 {
     BS::thread_pool<> pool(1);

@@ -1,5 +1,6 @@
 #include "win32/task_slot.h"
 
+#include <cstdint>
 #include <mutex>
 #include <utility>
 
@@ -8,6 +9,7 @@ namespace win32 {
 struct TaskSlot::State {
     std::mutex lock;
     std::function<void()> waiting;  // empty when nothing waits
+    std::uint64_t number = 0;       // of the task that was submitted last
     int running = 0;
 };
 
@@ -20,18 +22,21 @@ TaskSlot::~TaskSlot()
 
 void TaskSlot::submit(std::function<void()> task)
 {
+    std::function<void()> dropped;
+    std::uint64_t number = 0;
     {
         const std::lock_guard guard(state_->lock);
-        const bool queued = static_cast<bool>(state_->waiting);
-        state_->waiting = std::move(task);
-        // The pool already holds a call that will find the new task in place of the dropped one.
-        if (queued)
-            return;
+        dropped = std::exchange(state_->waiting, std::move(task));
+        number = ++state_->number;
     }
-    pool_.detach_task([state = state_] {
+    // Behind all that waits in the pool, never in the place of the dropped task: whoever submits to
+    // two slots counts on the order.
+    pool_.detach_task([state = state_, number] {
         std::function<void()> next;
         {
             const std::lock_guard guard(state->lock);
+            if (number != state->number)
+                return;
             next = std::exchange(state->waiting, nullptr);
             if (!next)
                 return;

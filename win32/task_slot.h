@@ -19,8 +19,8 @@ public:
     TaskSlot(const TaskSlot&) = delete;
     TaskSlot& operator=(const TaskSlot&) = delete;
 
-    // Queues `task`, in place of one that has not started yet. An exception that leaves the task is
-    // dropped: a task reports its failures itself.
+    // Queues `task` behind all that waits in the pool and drops one of this slot that has not started
+    // yet. An exception that leaves the task is dropped: a task reports its failures itself.
     void submit(std::function<void()> task);
     // Drops the task that has not started yet, if any.
     void cancel() noexcept;
