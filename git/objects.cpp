@@ -106,9 +106,18 @@ CommitRow commit_row(git_commit* commit)
         .id = id,
         .summary = summary != nullptr ? win32::to_wide(summary) : std::wstring(),
         .author = win32::to_wide(git_commit_author(commit)->name),
-        .date = time_text(git_commit_time(commit)),
+        .date = commit_date_text(commit),
         .id_text = oid_to_text(id),
     };
+}
+
+std::wstring commit_date_text(const git_commit* commit)
+{
+    try {
+        return time_text(git_commit_time(commit));
+    } catch (const gsl::narrowing_error&) {
+        return {};
+    }
 }
 
 std::wstring time_text(git_time_t seconds)

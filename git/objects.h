@@ -39,8 +39,10 @@ Result<Tree> commit_tree(const git_commit* commit);
 std::span<const std::byte> blob_bytes(const git_blob* blob);
 std::vector<NamedEntry> tree_entries(const git_tree* tree);
 std::vector<git_oid> commit_parents(const git_commit* commit);
-// Throws gsl::narrowing_error for a commit time before 1601, as time_text does.
 CommitRow commit_row(git_commit* commit);
+// The commit time as time_text gives it; empty for one before 1601, since a commit may hold any
+// number and its other texts are to be seen.
+std::wstring commit_date_text(const git_commit* commit);
 
 // Seconds since 1970 as the local date and time in the user's locale: short date, a space, time
 // without seconds. Throws gsl::narrowing_error for a time before 1601; empty when Windows cannot

@@ -200,4 +200,9 @@ std::wstring oid_to_text(const git_oid& id)
     return {text.begin(), text.end()};
 }
 
+std::wstring short_oid_text(const git_oid& id)
+{
+    return oid_to_text(id).substr(0, short_id_length);
+}
+
 }  // namespace git

@@ -53,5 +53,7 @@ Result<TagMap> tag_map(git_repository* repository);
 std::optional<git_oid> optional_oid(const git_oid& id) noexcept;
 // 40 lower-case hexadecimal digits.
 std::wstring oid_to_text(const git_oid& id);
+// The first 7 of them, for people.
+std::wstring short_oid_text(const git_oid& id);
 
 }  // namespace git

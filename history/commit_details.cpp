@@ -4,20 +4,10 @@
 #include "win32/text.h"
 
 #include <fmt/xchar.h>
-#include <gsl/narrow>
 
 namespace revlane {
 
 namespace {
-
-std::wstring date_text(const git_commit* commit)
-{
-    try {
-        return git::time_text(git_commit_time(commit));
-    } catch (const gsl::narrowing_error&) {
-        return {};
-    }
-}
 
 std::wstring text_or_empty(const char* utf8)
 {
@@ -39,7 +29,7 @@ std::wstring commit_details_text(const git_commit* commit, const ReferenceMap& r
     const git_signature* author = git_commit_author(commit);
     return fmt::format(
         L"{}\r\n{}\r\n{}\r\n{}{}", text_or_empty(git_commit_message(commit)), git::oid_to_text(id),
-        text_or_empty(author != nullptr ? author->name : nullptr), date_text(commit), block);
+        text_or_empty(author != nullptr ? author->name : nullptr), git::commit_date_text(commit), block);
 }
 
 }  // namespace revlane

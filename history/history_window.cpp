@@ -50,17 +50,10 @@ constexpr int SPLITTER_REACH = 4;
 constexpr int BUTTON_PADDING = 24;
 constexpr SIZE LEAST_SIZE{420, 360};
 
-constexpr std::size_t SHORT_ID = 7;  // digits
-
 // EM_SETEXTENDEDSTYLE of the edit control, where Windows has it, and the styles by which a line feed
 // alone ends a line.
 constexpr UINT EDIT_SET_EXTENDED_STYLE = 0x150A;
 constexpr WPARAM EDIT_ALLOW_ALL_LINE_ENDS = 3;
-
-std::wstring short_text(const git_oid& id)
-{
-    return git::oid_to_text(id).substr(0, SHORT_ID);
-}
 
 // The last key of a sequence that the window takes wherever the focus is in it.
 bool handle_key(HWND dialog, MSG& message)
@@ -102,13 +95,17 @@ private:
     void on_tree_menu();
 
     void open_repository(const std::filesystem::path& path);
+    void close_repository();
     void reload();
     void fill_branches();
     void set_revision(std::string name);
-    void show_start(bool anew);
+    void show_start(bool anew, bool again = false);
     void show_file_history(const std::wstring& path);
-    void apply_filter();
-    void show_details(const git_oid& id);
+    [[nodiscard]] bool has_search() const;
+    [[nodiscard]] bool may_find_more() const;
+    void search(bool fill_first = false);
+    void clear_details();
+    void show_details(const git::Commit& commit);
     void open_commit(const git_oid& id);
     void compare_commits(const RevisionPair& commits);
     void compare_tree_file();
@@ -117,6 +114,7 @@ private:
     void show_error(const git::Error& error) const;
 
     void lay_out();
+    void set_text(int id, const std::wstring& text) const;
     void update_state();
     [[nodiscard]] std::wstring empty_text() const;
     [[nodiscard]] std::wstring state_text() const;
@@ -146,6 +144,7 @@ private:
     std::optional<git_oid> shown_commit_;  // in details and files
     Filter::State filter_;
     std::wstring file_path_;  // whose history is shown; empty: none
+    std::wstring in_force_;   // what the filter in force looks for, for people
     HistoryLayout layout_{};
     int splitter_ = 0;
 };
@@ -210,8 +209,8 @@ win32::Handled HistoryWindow::on_posted_message(const win32::Message& message)
     switch (message.id) {
     case WM_REVLANE_SELECT_COMMIT:
         if (const auto id = win32::take_owned<git_oid>(message.wparam)) {
-            list_.select_commit(*id);
             PostMessageW(dialog_, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(list_.window()), TRUE);
+            list_.select_commit(*id);
         }
         return 0;
     case WM_REVLANE_SHOW_HEAD:
@@ -237,10 +236,12 @@ win32::Handled HistoryWindow::on_posted_message(const win32::Message& message)
         if (const auto commits = win32::take_owned<RevisionPair>(message.wparam))
             compare_commits(*commits);
         return 0;
-    case WM_REVLANE_REFRESH_ALL:
+    case WM_REVLANE_REFRESH_ALL: {
+        const HWND frame = frame_;
         reload();
-        host::send_request(frame_, WM_REVLANE_EXTERNAL_REFRESH);
+        host::send_request(frame, WM_REVLANE_EXTERNAL_REFRESH);
         return 0;
+    }
     case WM_REVLANE_COMMAND_RESULT:
         on_command_result(win32::take_owned<git::CommandResult>(message.wparam));
         return 0;
@@ -271,9 +272,10 @@ LRESULT HistoryWindow::on_init(HWND dialog)
     SetWindowPos(dialog, nullptr, window.left, window.top, window.right - window.left,
                  window.bottom - window.top, SWP_NOZORDER | SWP_NOACTIVATE);
     list_.init(dialog);
-    open_repository(path_);
     ShowWindow(dialog, placement.is_maximized ? SW_SHOWMAXIMIZED : SW_SHOW);
-    // The list takes the focus itself.
+    SetFocus(list_.window());
+    // Last, since it may show an error box, during which the window may go. The focus is set.
+    open_repository(path_);
     return FALSE;
 }
 
@@ -283,11 +285,24 @@ void HistoryWindow::open_repository(const std::filesystem::path& path)
         reload();
         return;
     }
-    path_ = path;
-    repository_.reset();
-    filter_ = {};
-    file_path_.clear();
+    if (path != path_) {
+        path_ = path;
+        revision_.clear();
+        filter_ = {};
+        file_path_.clear();
+    }
+    close_repository();
     reload();
+}
+
+void HistoryWindow::close_repository()
+{
+    branches_.set_repository(nullptr);
+    current_.reset();
+    references_.clear();
+    unborn_branch_.clear();
+    clear_details();
+    repository_.reset();
 }
 
 void HistoryWindow::reload()
@@ -298,7 +313,7 @@ void HistoryWindow::reload()
     references_.clear();
     git::Result<git::Repository> opened = git::open_repository(path_);
     if (!opened) {
-        repository_.reset();
+        close_repository();
         show_start(true);
         return;
     }
@@ -344,15 +359,14 @@ void HistoryWindow::fill_branches()
 void HistoryWindow::set_revision(std::string name)
 {
     revision_ = std::move(name);
-    file_path_.clear();
     if (repository_)
         fill_branches();
-    show_start(false);
+    show_start(false, true);
 }
 
 // Shows the commits of the current reference. The list stays as it is when that has not moved, unless
-// it is to be filled `anew`.
-void HistoryWindow::show_start(bool anew)
+// it is to be filled `anew`; what was searched for is then searched for again only if `again`.
+void HistoryWindow::show_start(bool anew, bool again)
 {
     std::optional<git_oid> start;
     if (current_ != nullptr) {
@@ -366,25 +380,48 @@ void HistoryWindow::show_start(bool anew)
         list_.set_repository(repository_);
     else
         list_.renew_repository(repository_);
-    if (anew || has_moved) {
-        list_.set_start(start);
-        if (!filter_.text.empty() && start)
-            apply_filter();
-        else if (!file_path_.empty() && start)
-            show_file_history(file_path_);
-        else
-            list_.refresh();
-    } else if (shown_commit_) {
-        // The references at the commit may have changed.
-        show_details(*shown_commit_);
+    list_.set_start(start);
+    if (shown_commit_) {
+        // The references at the commit may have changed. One that is gone stays on view.
+        if (const auto commit = git::lookup_commit(repository_->handle.get(), *shown_commit_))
+            show_details(*commit);
     }
     lay_out();
     update_state();
+    // Last, since the list may show an error box, during which the window may go.
+    if (start && has_search() && (anew || has_moved || again || may_find_more()))
+        search(!list_.has_filter() && (anew || has_moved));
+    else if (anew || has_moved)
+        list_.refresh();
 }
 
-void HistoryWindow::apply_filter()
+bool HistoryWindow::has_search() const
 {
-    list_.filter(revision_argument(), filter_);
+    return !filter_.text.empty() || !file_path_.empty();
+}
+
+// Whether a search may find something else although the start is where it was.
+bool HistoryWindow::may_find_more() const
+{
+    return !filter_.text.empty() &&
+           (filter_.kind == Filter::Kind::Tag || filter_.kind == Filter::Kind::CommitId);
+}
+
+// Searches for what the user has asked for, after the list was filled without it if `fill_first`.
+void HistoryWindow::search(bool fill_first)
+{
+    const HWND dialog = dialog_;
+    if (fill_first) {
+        list_.refresh();
+        if (!IsWindow(dialog))
+            return;
+    }
+    if (!file_path_.empty())
+        list_.show_file_history(file_path_);
+    else
+        list_.filter(revision_argument(), filter_);
+    if (!IsWindow(dialog))
+        return;
     lay_out();
     update_state();
 }
@@ -398,17 +435,22 @@ void HistoryWindow::show_file_history(const std::wstring& path)
 {
     if (!repository_ || current_ == nullptr)
         return;
-    filter_ = {};
+    filter_.text.clear();
     file_path_ = path;
-    list_.show_file_history(path);
-    lay_out();
-    update_state();
+    search();
 }
 
 win32::Handled HistoryWindow::on_notify(NMHDR& header)
 {
-    if (header.idFrom == IDC_COMMIT_LIST)
-        return list_.on_notify(header);
+    if (header.idFrom == IDC_COMMIT_LIST) {
+        // A menu may stand in between, and the window may go meanwhile; not so with these two.
+        const bool is_selection =
+            header.code == LVN_ITEMCHANGED || header.code == LVN_ODSTATECHANGED;
+        const LRESULT result = list_.on_notify(header);
+        if (is_selection)
+            EnableWindow(item(IDC_COMPARE_WITH_PARENT), list_.selected_count() == 1);
+        return result;
+    }
     if (header.idFrom != IDC_FILES_TREE)
         return std::nullopt;
     switch (header.code) {
@@ -475,17 +517,21 @@ void HistoryWindow::on_filter()
         return;
     filter_ = std::move(wanted);
     file_path_.clear();
-    apply_filter();
+    search();
 }
 
 void HistoryWindow::on_clear_filter()
 {
-    filter_ = {};
+    filter_.text.clear();
     file_path_.clear();
     lay_out();
     list_.clear_filter();
+    const HWND dialog = dialog_;
+    // The button that had the focus may be gone.
+    SetFocus(list_.window());
     list_.refresh();
-    update_state();
+    if (IsWindow(dialog))
+        update_state();
 }
 
 void HistoryWindow::on_tree_menu()
@@ -505,32 +551,34 @@ void HistoryWindow::on_tree_menu()
 
 void HistoryWindow::on_selection(const Selection& selection)
 {
-    EnableWindow(item(IDC_COMPARE_WITH_PARENT), selection.has_value);
+    EnableWindow(item(IDC_COMPARE_WITH_PARENT), list_.selected_count() == 1);
     // The same commit again, after the list was filled anew: what is open in the tree stays open.
-    if (selection.has_value && shown_commit_ && git_oid_equal(&selection.id, &*shown_commit_))
+    if (!selection.has_value || !shown_commit_ || !git_oid_equal(&selection.id, &*shown_commit_))
+        clear_details();
+    if (!selection.has_value || !repository_)
         return;
+    const git::Result<git::Commit> commit =
+        git::lookup_commit(repository_->handle.get(), selection.id);
+    if (commit)
+        show_details(*commit);
+    else
+        show_error(commit.error());
+}
+
+void HistoryWindow::clear_details()
+{
     shown_commit_.reset();
     SetWindowTextW(item(IDC_COMMIT_DETAILS), L"");
     files_.clear();
-    if (selection.has_value)
-        show_details(selection.id);
 }
 
-void HistoryWindow::show_details(const git_oid& id)
+void HistoryWindow::show_details(const git::Commit& commit)
 {
-    if (!repository_)
-        return;
-    const git::Result<git::Commit> commit = git::lookup_commit(repository_->handle.get(), id);
-    if (!commit) {
-        show_error(commit.error());
-        return;
-    }
-    SetWindowTextW(
-        item(IDC_COMMIT_DETAILS),
-        commit_details_text(commit->get(), references_, host::load_text(IDS_REFERENCES_HEADING))
-            .c_str());
+    const git_oid& id = *git_commit_id(commit.get());
+    set_text(IDC_COMMIT_DETAILS, commit_details_text(commit.get(), references_,
+                                                     host::load_text(IDS_REFERENCES_HEADING)));
     if (!shown_commit_ || !git_oid_equal(&*shown_commit_, &id))
-        files_.show(repository_->handle, commit->get());
+        files_.show(repository_->handle, commit.get());
     shown_commit_ = id;
 }
 
@@ -554,7 +602,7 @@ void HistoryWindow::open_commit(const git_oid& id)
         return;
     }
     show_changes(changes_of_commit(repository, id),
-                 text_with(IDS_COMMIT_CHANGES_TITLE, short_text(id),
+                 text_with(IDS_COMMIT_CHANGES_TITLE, git::short_oid_text(id),
                            git::commit_row(commit->get()).summary));
 }
 
@@ -564,8 +612,8 @@ void HistoryWindow::compare_commits(const RevisionPair& commits)
         return;
     // The list has the newer commit first; a comparison shows the older one at the left.
     show_changes(changes_between(repository_->handle.get(), commits.second, commits.first),
-                 text_with(IDS_COMPARE_COMMITS_TITLE, short_text(commits.second),
-                           short_text(commits.first)));
+                 text_with(IDS_COMPARE_COMMITS_TITLE, git::short_oid_text(commits.second),
+                           git::short_oid_text(commits.first)));
 }
 
 void HistoryWindow::compare_tree_file()
@@ -681,7 +729,7 @@ void HistoryWindow::lay_out()
             dc.get(), reinterpret_cast<HFONT>(SendMessageW(dialog_, WM_GETFONT, 0, 0)));
         GetTextMetricsW(dc.get(), &metrics);
     }
-    const bool has_filter = !filter_.text.empty() || !file_path_.empty();
+    const bool has_filter = has_search();
     layout_ = lay_out_history({.client = {client.right, client.bottom},
                                .dpi = dpi,
                                .line_height = metrics.tmHeight,
@@ -718,13 +766,17 @@ void HistoryWindow::lay_out()
     EndDeferWindowPos(moves);
 }
 
+// Leaves a text alone that stands there already: setting it again would flicker and scroll.
+void HistoryWindow::set_text(int id, const std::wstring& text) const
+{
+    if (win32::window_text(item(id)) != text)
+        SetWindowTextW(item(id), text.c_str());
+}
+
 void HistoryWindow::update_state()
 {
-    const auto set_text = [this](int id, const std::wstring& text) {
-        // A text that is set again would flicker.
-        if (win32::window_text(item(id)) != text)
-            SetWindowTextW(item(id), text.c_str());
-    };
+    if (list_.has_filter() && list_.is_filter_current())
+        in_force_ = filter_text();
     const std::wstring name = path_.filename().native();
     const std::wstring branch = current_ != nullptr
                                     ? win32::to_wide(git::reference_display_name(current_.get()))
@@ -756,8 +808,8 @@ std::wstring HistoryWindow::state_text() const
     const std::wstring commits =
         count == 1 ? host::load_text(IDS_HISTORY_COUNT_ONE) : text_with(IDS_HISTORY_COUNT, count);
     if (list_.has_filter())
-        return count == 0 ? text_with(IDS_HISTORY_NOTHING_FOUND, filter_text())
-                          : text_with(IDS_HISTORY_FOUND, commits, filter_text());
+        return count == 0 ? text_with(IDS_HISTORY_NOTHING_FOUND, in_force_)
+                          : text_with(IDS_HISTORY_FOUND, commits, in_force_);
     return list_.is_counting() ? text_with(IDS_HISTORY_COUNTING, count) : commits;
 }
 

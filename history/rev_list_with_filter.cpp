@@ -1,5 +1,6 @@
 #include "history/rev_list_with_filter.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace revlane {
@@ -51,6 +52,14 @@ void RevListWithFilter::clear_filter()
     filter_ids_.clear();
     filter_repository_.reset();
     has_filter_ = false;
+}
+
+bool RevListWithFilter::shows_filtered(std::span<const git_oid> ids) const noexcept
+{
+    return has_filter_ && std::equal(ids.begin(), ids.end(), filter_ids_.begin(), filter_ids_.end(),
+                                     [](const git_oid& left, const git_oid& right) {
+                                         return git_oid_equal(&left, &right) != 0;
+                                     });
 }
 
 std::size_t RevListWithFilter::size() const noexcept

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <vector>
 
 namespace revlane {
@@ -30,6 +31,8 @@ public:
 
     [[nodiscard]] bool has_walk() const noexcept { return walk_ != nullptr; }
     [[nodiscard]] bool has_filter() const noexcept { return has_filter_; }
+    // Whether a filter is in force that found exactly these commits in this order.
+    [[nodiscard]] bool shows_filtered(std::span<const git_oid> ids) const noexcept;
     // The commit that the walk began with.
     [[nodiscard]] const git_oid& start() const noexcept { return start_; }
 

@@ -4,6 +4,7 @@
 #include "changes/list_control.h"
 #include "changes/messages.h"
 #include "changes/new_branch_dialog.h"
+#include "changes/texts.h"
 #include "git/commands.h"
 #include "git/references.h"
 #include "history/file_walk.h"
@@ -175,20 +176,22 @@ void RevlaneList::set_start(std::optional<git_oid> start)
 void RevlaneList::refresh()
 {
     cancel_count();
-    const git::Result<void> filled = [this] {
+    const git::Result<bool> filled = [this] {
         const RedrawPause pause(list_);
         SendMessageW(list_, LVM_DELETEALLITEMS, 0, 0);
         return fill();
     }();
-    // Last, since anything may be gone once the box is closed.
+    // Last, since anything may be gone once a box is closed.
     if (!filled)
         win32::show_error(list_, git::to_wide(filled.error()));
+    else if (*filled)
+        count_revisions();
 }
 
-git::Result<void> RevlaneList::fill()
+git::Result<bool> RevlaneList::fill()
 {
     if (!repository_)
-        return {};
+        return false;
     git_repository* repository = repository_->handle.get();
     model_->clear_walk();
     if (start_) {
@@ -210,9 +213,7 @@ git::Result<void> RevlaneList::fill()
         select_rows({0});
     else
         post_selection();
-    if (is_counted)
-        count_revisions();
-    return {};
+    return is_counted;
 }
 
 void RevlaneList::count_revisions()
@@ -239,6 +240,7 @@ void RevlaneList::count_revisions()
 void RevlaneList::cancel_count()
 {
     count_slot_.cancel();
+    wanted_.reset();
     if (count_cancel_ == nullptr)
         return;
     count_cancel_->cancel();
@@ -253,7 +255,9 @@ void RevlaneList::on_count(WPARAM wparam)
     count_cancel_.reset();
     if (result == nullptr)
         return;
+    PostMessageW(host_, WM_SIZE, 0, 0);
     if (!*result) {
+        wanted_.reset();
         win32::show_error(list_, git::to_wide(result->error()));
         return;
     }
@@ -266,8 +270,14 @@ void RevlaneList::on_count(WPARAM wparam)
         select_rows(selected);
         scroll_to(top);
     }
-    PostMessageW(host_, WM_SIZE, 0, 0);
     SetTimer(list_, BUILD_AHEAD_TIMER, USER_TIMER_MINIMUM, nullptr);
+    if (wanted_)
+        select_commit(*std::exchange(wanted_, std::nullopt));
+}
+
+bool RevlaneList::is_counting() const noexcept
+{
+    return count_cancel_ != nullptr && item_count() >= static_cast<int>(QUICK_COUNT);
 }
 
 void RevlaneList::on_build_ahead()
@@ -284,6 +294,7 @@ void RevlaneList::filter(const std::wstring& revision, const Filter::State& stat
         return;
     }
     cancel_filter();
+    is_filter_current_ = false;
     if (!repository_)
         return;
     switch (state.kind) {
@@ -323,7 +334,7 @@ void RevlaneList::filter_by_id(const std::wstring& text)
 
 void RevlaneList::filter_by_log(const std::wstring& revision, const Filter::State& state)
 {
-    filter_cancel_ = std::make_shared<Cancellation>();
+    begin_search();
     filter_slot_.submit([list = list_, git = filters_, path = repository_->path, state, revision,
                          cancel = filter_cancel_] {
         const git::CommandContext context{path, *git};
@@ -338,15 +349,22 @@ void RevlaneList::filter_by_log(const std::wstring& revision, const Filter::Stat
 void RevlaneList::show_file_history(const std::wstring& path)
 {
     cancel_filter();
+    is_filter_current_ = false;
     if (!repository_ || !start_)
         return;
-    filter_cancel_ = std::make_shared<Cancellation>();
+    begin_search();
     filter_slot_.submit([list = list_, git = filters_, workdir = repository_->path, start = *start_,
                          path, cancel = filter_cancel_] {
         FilterResult result = read_file_history(workdir, *git, start, path, *cancel);
         cancel->post(list, WM_REVLANE_FILTERED, std::make_unique<FilterResult>(std::move(result)));
     });
     PostMessageW(list_, WM_SETCURSOR, 0, 0);
+}
+
+void RevlaneList::begin_search()
+{
+    filter_cancel_ = std::make_shared<Cancellation>();
+    is_filtering_ = true;
 }
 
 void RevlaneList::post_filtered(FilterResult result)
@@ -358,6 +376,7 @@ void RevlaneList::post_filtered(FilterResult result)
 void RevlaneList::cancel_filter()
 {
     filter_slot_.cancel();
+    is_filtering_ = false;
     if (filter_cancel_ == nullptr)
         return;
     filter_cancel_->cancel();
@@ -372,35 +391,49 @@ void RevlaneList::clear_filter()
     // What has been posted meanwhile would put the filter in force again.
     win32::drain_owned<FilterResult>(list_, WM_REVLANE_FILTERED);
     model_->clear_filter();
+    is_filter_current_ = false;
 }
 
 void RevlaneList::on_filtered(WPARAM wparam)
 {
     const auto result = win32::take_owned<FilterResult>(wparam);
     PostMessageW(list_, WM_SETCURSOR, 0, 0);
+    is_filtering_ = false;
     if (result == nullptr || !repository_)
         return;
+    // The host says that the search has ended, and how.
+    PostMessageW(host_, WM_SIZE, 0, 0);
     if (!*result) {
-        // The host says that the search has ended.
-        PostMessageW(host_, WM_SIZE, 0, 0);
         win32::show_error(list_, git::to_wide(result->error()));
         return;
     }
+    is_filter_current_ = true;
+    // A search that was run again and found the same leaves the selection alone.
+    if (model_->shows_filtered(**result))
+        return;
     model_->set_filter(repository_->handle, std::move(**result));
     refresh();
-    PostMessageW(host_, WM_SIZE, 0, 0);
 }
 
-bool RevlaneList::select_commit(const git_oid& id)
+void RevlaneList::select_commit(const git_oid& id)
 {
+    wanted_.reset();
     ListView_SetItemState(list_, -1, 0, LVIS_SELECTED);
     const auto count = static_cast<std::size_t>(item_count());
     const std::size_t index = model_->find(id, count);
-    if (index >= count)
-        return false;
-    select_rows({index});
-    ListView_EnsureVisible(list_, static_cast<int>(index), FALSE);
-    return true;
+    if (index < count) {
+        select_rows({index});
+        ListView_EnsureVisible(list_, static_cast<int>(index), FALSE);
+    } else if (is_counting()) {
+        wanted_ = id;
+    } else {
+        win32::show_error(list_, text_with(IDS_COMMIT_NOT_LISTED, git::short_oid_text(id)));
+    }
+}
+
+UINT RevlaneList::selected_count() const noexcept
+{
+    return ListView_GetSelectedCount(list_);
 }
 
 int RevlaneList::item_count() const noexcept
@@ -438,7 +471,7 @@ std::vector<const git::CommitRow*> RevlaneList::built_selection() const
 
 std::optional<git_oid> RevlaneList::selected_commit() const
 {
-    if (ListView_GetSelectedCount(list_) != 1)
+    if (selected_count() != 1)
         return std::nullopt;
     const std::vector<const git::CommitRow*> rows = built_selection();
     return rows.empty() ? std::nullopt : std::optional(rows.front()->id);
@@ -596,7 +629,7 @@ win32::Handled RevlaneList::on_command(UINT id)
 
 void RevlaneList::prepare_menu(HMENU menu) const
 {
-    const UINT selected = ListView_GetSelectedCount(list_);
+    const UINT selected = selected_count();
     const auto grey_unless = [menu](int id, bool enabled) {
         if (!enabled)
             EnableMenuItem(menu, static_cast<UINT>(id), MF_BYCOMMAND | MF_GRAYED);
@@ -637,7 +670,7 @@ void RevlaneList::on_context_menu(std::optional<POINT> where)
 void RevlaneList::post_selection()
 {
     auto selection = std::make_unique<Selection>();
-    if (ListView_GetSelectedCount(list_) == 1) {
+    if (selected_count() == 1) {
         const std::optional<git_oid> id = selected_commit();
         if (!id)
             return;
@@ -679,7 +712,7 @@ void RevlaneList::copy_ids()
     for (const git::CommitRow* row : built_selection())
         text.append(row->id_text).append(line_end);
     // A single id is pasted into a line of its user's own.
-    if (ListView_GetSelectedCount(list_) == 1 && text.ends_with(line_end))
+    if (selected_count() == 1 && text.ends_with(line_end))
         text.resize(text.size() - line_end.size());
     win32::set_clipboard_text(list_, text);
     host::set_status_text(frame_, host::load_text(IDS_IDS_COPIED));

@@ -66,8 +66,10 @@ public:
     // background: by git, which follows it over renames, or by libgit2 where there is no git.
     void show_file_history(const std::wstring& path);
 
-    // Selects and focuses the row of a commit and scrolls it into view. False when it is not listed.
-    bool select_commit(const git_oid& id);
+    // Selects and focuses the row of a commit, and no other, and scrolls it into view. While the rows
+    // are still being counted, a commit beyond them is selected once they are there. One that is not
+    // listed is told in an error box: the host may be gone then.
+    void select_commit(const git_oid& id);
 
     // A notification of the list view.
     LRESULT on_notify(NMHDR& header);
@@ -80,10 +82,14 @@ public:
     // The rows that the list view has now; the true number of commits once the count has arrived.
     [[nodiscard]] int item_count() const noexcept;
     // Whether the number of rows is still the quick count, with more to come.
-    [[nodiscard]] bool is_counting() const noexcept { return count_cancel_ != nullptr; }
-    // Whether a search runs or waits.
-    [[nodiscard]] bool is_filtering() const noexcept { return filter_slot_.busy(); }
+    [[nodiscard]] bool is_counting() const noexcept;
+    // Whether the answer of a search is still to come.
+    [[nodiscard]] bool is_filtering() const noexcept { return is_filtering_; }
     [[nodiscard]] bool has_filter() const noexcept { return model_->has_filter(); }
+    // Whether the filter in force is the one that was asked for last: not before its search has
+    // ended, and not when that has failed.
+    [[nodiscard]] bool is_filter_current() const noexcept { return is_filter_current_; }
+    [[nodiscard]] UINT selected_count() const noexcept;
     // Whether a search, a checkout or a branch creation runs or waits.
     [[nodiscard]] bool is_busy() const noexcept;
     [[nodiscard]] std::vector<std::size_t> selected_rows() const;
@@ -108,7 +114,9 @@ private:
     void on_create_branch();
     void post_selection();
 
-    git::Result<void> fill();
+    // What comes of filling the list: whether the rows beyond it are to be counted.
+    git::Result<bool> fill();
+    void begin_search();
     void filter_by_id(const std::wstring& text);
     void filter_by_log(const std::wstring& revision, const Filter::State& state);
     void post_filtered(FilterResult result);
@@ -128,6 +136,9 @@ private:
     std::optional<git::Repository> repository_;
     std::shared_ptr<RevListWithFilter> model_;
     std::optional<git_oid> start_;
+    std::optional<git_oid> wanted_;  // to be selected once the count has arrived
+    bool is_filtering_ = false;
+    bool is_filter_current_ = false;
     std::shared_ptr<Cancellation> count_cancel_;   // of the count under way, null when none is
     std::shared_ptr<Cancellation> filter_cancel_;  // of the last search that was queued
     win32::TaskSlot count_slot_;
