@@ -27,9 +27,10 @@ std::wstring commit_details_text(const git_commit* commit, const ReferenceMap& r
             block.append(L" ").append(win32::to_wide(name));
     }
     const git_signature* author = git_commit_author(commit);
-    return fmt::format(
-        L"{}\r\n{}\r\n{}\r\n{}{}", text_or_empty(git_commit_message(commit)), git::oid_to_text(id),
-        text_or_empty(author != nullptr ? author->name : nullptr), git::commit_date_text(commit), block);
+    return fmt::format(L"{}\r\n{}\r\n{}\r\n{}{}", text_or_empty(git_commit_message(commit)),
+                       git::oid_to_text(id),
+                       text_or_empty(author != nullptr ? author->name : nullptr),
+                       git::commit_date_text(commit), block);
 }
 
 }  // namespace revlane

@@ -16,6 +16,9 @@ constexpr int CONTROL_HEIGHT = 24;
 constexpr int BRANCH_WIDTH = 200;
 constexpr int LEAST_BRANCH_WIDTH = 80;
 constexpr int LEAST_PANE_HEIGHT = 72;
+constexpr int LEAST_SUMMARY_WIDTH = 250;
+constexpr int AUTHOR_WIDTH = 110;
+constexpr int COLUMN_PADDING = 15;
 
 constexpr int WHOLE = 1000;  // thousandths
 
@@ -88,6 +91,18 @@ HistoryLayout lay_out_history(const HistoryLayoutInput& input)
              std::min(input.compare_text + input.button_padding, right - files_left), compare);
     layout.files = rect(files_left, y, right - files_left, bottom - compare - gap - y);
     return layout;
+}
+
+CommitColumns fit_commit_columns(int room, int dpi, int date_text, int id_text)
+{
+    const int padding = scale(COLUMN_PADDING, dpi);
+    CommitColumns columns{};
+    columns.author = scale(AUTHOR_WIDTH, dpi);
+    columns.date = padding + date_text;
+    columns.id = padding + id_text;
+    columns.summary = std::max(room - (columns.date + columns.author + columns.id),
+                               scale(LEAST_SUMMARY_WIDTH, dpi));
+    return columns;
 }
 
 int splitter_position(const HistoryLayout& layout, int y)

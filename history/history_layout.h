@@ -37,6 +37,19 @@ struct HistoryLayoutInput {
 // height as long as the window has one to give.
 HistoryLayout lay_out_history(const HistoryLayoutInput& input);
 
+// The widths of the commit list's columns, in pixels.
+struct CommitColumns {
+    int summary;
+    int author;
+    int date;
+    int id;
+};
+
+// The summary takes what the others leave of `room` (pixels), but never less than people can read;
+// the list scrolls sideways then. `date_text` and `id_text` are the pixels of the widest date and of
+// the digits of an id that are to be seen.
+CommitColumns fit_commit_columns(int room, int dpi, int date_text, int id_text);
+
 // The splitter position (thousandths) for a drag to `y` (client pixels).
 int splitter_position(const HistoryLayout& layout, int y);
 

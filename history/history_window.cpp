@@ -386,13 +386,17 @@ void HistoryWindow::show_start(bool anew, bool again)
         if (const auto commit = git::lookup_commit(repository_->handle.get(), *shown_commit_))
             show_details(*commit);
     }
+    // The list may show an error box, during which the window may go.
+    const HWND dialog = dialog_;
+    const bool is_to_be_filled = anew || has_moved;
+    if (start && has_search() && (is_to_be_filled || again || may_find_more()))
+        search(is_to_be_filled && !list_.has_filter());
+    else if (is_to_be_filled)
+        list_.refresh();
+    if (!IsWindow(dialog))
+        return;
     lay_out();
     update_state();
-    // Last, since the list may show an error box, during which the window may go.
-    if (start && has_search() && (anew || has_moved || again || may_find_more()))
-        search(!list_.has_filter() && (anew || has_moved));
-    else if (anew || has_moved)
-        list_.refresh();
 }
 
 bool HistoryWindow::has_search() const

@@ -7,18 +7,24 @@ namespace revlane {
 
 namespace {
 
-// Appends the row of one commit. False when the commit cannot be read.
-bool append_row(git_repository* repository, const git_oid& id, std::vector<git::CommitRow>& rows)
+bool same(const git_oid& left, const git_oid& right)
 {
-    git_commit* commit = nullptr;
-    if (git_commit_lookup(&commit, repository, &id) != 0)
-        return false;
-    const git::Commit owned(commit);
-    rows.push_back(git::commit_row(commit));
-    return true;
+    return git_oid_equal(&left, &right) != 0;
 }
 
 }  // namespace
+
+const git::CommitRow* RevListWithFilter::Source::build(git_repository* repository,
+                                                       std::size_t index)
+{
+    if (const auto built = rows.find(index); built != rows.end())
+        return &built->second;
+    git_commit* commit = nullptr;
+    if (git_commit_lookup(&commit, repository, &ids[index]) != 0)
+        return nullptr;
+    const git::Commit owned(commit);
+    return &rows.emplace(index, git::commit_row(commit)).first->second;
+}
 
 void RevListWithFilter::set_walk(std::shared_ptr<git_repository> repository, git::Revwalk walk,
                                  const git_oid& start)
@@ -29,9 +35,19 @@ void RevListWithFilter::set_walk(std::shared_ptr<git_repository> repository, git
     start_ = start;
 }
 
+void RevListWithFilter::set_walked(std::vector<git_oid> ids)
+{
+    const std::vector<git_oid>& here = walked_.ids;
+    if (walk_ == nullptr || ids.size() < here.size() ||
+        !std::equal(here.begin(), here.end(), ids.begin(), same))
+        return;
+    walked_.ids = std::move(ids);
+    walk_ended_ = true;
+}
+
 void RevListWithFilter::clear_walk()
 {
-    walk_rows_.clear();
+    walked_ = {};
     walk_.reset();
     walk_repository_.reset();
     walk_ended_ = false;
@@ -40,96 +56,72 @@ void RevListWithFilter::clear_walk()
 void RevListWithFilter::set_filter(std::shared_ptr<git_repository> repository,
                                    std::vector<git_oid> ids)
 {
-    filter_rows_.clear();
-    filter_ids_ = std::move(ids);
+    filtered_ = {std::move(ids), {}};
     filter_repository_ = std::move(repository);
     has_filter_ = true;
 }
 
 void RevListWithFilter::clear_filter()
 {
-    filter_rows_.clear();
-    filter_ids_.clear();
+    filtered_ = {};
     filter_repository_.reset();
     has_filter_ = false;
 }
 
 bool RevListWithFilter::shows_filtered(std::span<const git_oid> ids) const noexcept
 {
-    return has_filter_ && std::equal(ids.begin(), ids.end(), filter_ids_.begin(), filter_ids_.end(),
-                                     [](const git_oid& left, const git_oid& right) {
-                                         return git_oid_equal(&left, &right) != 0;
-                                     });
+    return has_filter_ &&
+           std::equal(ids.begin(), ids.end(), filtered_.ids.begin(), filtered_.ids.end(), same);
+}
+
+const std::vector<git_oid>& RevListWithFilter::ids() const noexcept
+{
+    return has_filter_ ? filtered_.ids : walked_.ids;
 }
 
 std::size_t RevListWithFilter::size() const noexcept
 {
-    return has_filter_ ? filter_ids_.size() : walk_rows_.size();
+    return ids().size();
 }
 
 const git::CommitRow* RevListWithFilter::row(std::size_t index)
 {
-    std::vector<git::CommitRow>& rows = has_filter_ ? filter_rows_ : walk_rows_;
-    while (rows.size() <= index) {
-        if (!(has_filter_ ? build_next_filtered() : build_next_walked()))
+    if (has_filter_)
+        return index < filtered_.ids.size() ? filtered_.build(filter_repository_.get(), index)
+                                            : nullptr;
+    while (walked_.ids.size() <= index) {
+        if (!walk_on())
             return nullptr;
     }
-    return &rows[index];
+    return walked_.build(walk_repository_.get(), index);
 }
 
 std::size_t RevListWithFilter::find(const git_oid& id, std::size_t limit)
 {
     for (std::size_t index = 0; index < limit; ++index) {
-        // The ids of a filter are known without their rows.
-        if (has_filter_) {
-            if (index >= filter_ids_.size())
-                return limit;
-            if (git_oid_equal(&filter_ids_[index], &id))
-                return index;
-            continue;
-        }
-        const git::CommitRow* found = row(index);
-        if (found == nullptr)
+        if (index >= ids().size() && (has_filter_ || !walk_on()))
             return limit;
-        if (git_oid_equal(&found->id, &id))
+        if (same(ids()[index], id))
             return index;
     }
     return limit;
 }
 
-bool RevListWithFilter::build_ahead(std::size_t limit, std::chrono::steady_clock::duration budget)
-{
-    if (has_filter_)
-        return false;
-    const auto deadline = std::chrono::steady_clock::now() + budget;
-    while (walk_rows_.size() < limit) {
-        if (!build_next_walked())
-            return false;
-        if (std::chrono::steady_clock::now() >= deadline)
-            return walk_rows_.size() < limit;
-    }
-    return false;
-}
-
-bool RevListWithFilter::build_next_walked()
+// One step of the walk, and the row of where it leads.
+bool RevListWithFilter::walk_on()
 {
     if (walk_ == nullptr || walk_ended_)
         return false;
     git_oid id{};
-    if (git_revwalk_next(&id, walk_.get()) != 0 ||
-        !append_row(git_revwalk_repository(walk_.get()), id, walk_rows_)) {
-        // A walk that has ended would begin anew with the next step.
-        walk_ended_ = true;
-        return false;
+    if (git_revwalk_next(&id, walk_.get()) == 0) {
+        walked_.ids.push_back(id);
+        if (walked_.build(git_revwalk_repository(walk_.get()), walked_.ids.size() - 1) != nullptr)
+            return true;
+        walked_.ids.pop_back();
     }
-    return true;
-}
-
-bool RevListWithFilter::build_next_filtered()
-{
-    const std::size_t next = filter_rows_.size();
-    return next < filter_ids_.size() &&
-           append_row(filter_repository_.get(), filter_ids_[next], filter_rows_);
+    // A walk that has ended would begin anew with the next step.
+    walk_ended_ = true;
+    return false;
 }
 
 }  // namespace revlane

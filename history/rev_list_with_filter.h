@@ -1,5 +1,5 @@
-// The model behind the commit list: what stands in row i. Rows are built only as far as somebody
-// asks for them. Window thread; the repository must outlive the sources.
+// The model behind the commit list: what stands in row i. Rows are built only when somebody asks for
+// them. Window thread; the repository must outlive the sources.
 #pragma once
 
 #include "git/handles.h"
@@ -7,10 +7,10 @@
 
 #include <git2.h>
 
-#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <span>
+#include <unordered_map>
 #include <vector>
 
 namespace revlane {
@@ -23,6 +23,10 @@ public:
     // repository alive.
     void set_walk(std::shared_ptr<git_repository> repository, git::Revwalk walk,
                   const git_oid& start);
+    // Tells which commits the whole walk leads to, in its order: somebody else has walked it. From
+    // then on a row costs no step of the walk, however far down it stands. Ids that differ from what
+    // was walked here are not used.
+    void set_walked(std::vector<git_oid> ids);
     // Drops the unfiltered source.
     void clear_walk();
     // Puts a filter in force: the commits `ids` of `repository`, in that order.
@@ -36,36 +40,41 @@ public:
     // The commit that the walk began with.
     [[nodiscard]] const git_oid& start() const noexcept { return start_; }
 
-    // How many rows the active source can show: the ids of the filter, or the rows of the walk that
-    // are built so far.
+    // How many rows the active source can show: the ids of the filter, or the rows of the walk whose
+    // commits are known so far.
     [[nodiscard]] std::size_t size() const noexcept;
 
-    // Row `index`, built now if need be; null beyond the end or when it cannot be read. Valid until
-    // the source changes.
+    // Row `index`, built now if need be, after all before it that the walk has not reached yet; null
+    // beyond the end or when it cannot be read. Valid until the source changes.
     const git::CommitRow* row(std::size_t index);
 
     // The index of a commit among the rows of the active source, looking at no more than `limit`
     // rows; the limit when it is not there.
     std::size_t find(const git_oid& id, std::size_t limit);
 
-    // Builds rows of the walk ahead of need for at most `budget`, up to `limit` rows. Returns whether
-    // any are left to build.
-    bool build_ahead(std::size_t limit, std::chrono::steady_clock::duration budget);
-
 private:
-    bool build_next_walked();
-    bool build_next_filtered();
+    // One source: its commits in order, and the rows of those that somebody asked for. A row stays
+    // where it is when another is built.
+    struct Source {
+        std::vector<git_oid> ids;
+        std::unordered_map<std::size_t, git::CommitRow> rows;
+
+        // Null when the commit cannot be read.
+        const git::CommitRow* build(git_repository* repository, std::size_t index);
+    };
+
+    [[nodiscard]] const std::vector<git_oid>& ids() const noexcept;
+    bool walk_on();
 
     // Declared before what is read from it.
     std::shared_ptr<git_repository> walk_repository_;
     git::Revwalk walk_;
     git_oid start_{};
     bool walk_ended_ = false;
-    std::vector<git::CommitRow> walk_rows_;
+    Source walked_;
 
     std::shared_ptr<git_repository> filter_repository_;
-    std::vector<git_oid> filter_ids_;
-    std::vector<git::CommitRow> filter_rows_;
+    Source filtered_;
     bool has_filter_ = false;
 };
 

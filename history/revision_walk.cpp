@@ -14,18 +14,29 @@ git::Result<git::Revwalk> start_walk(git_repository* repository, const git_oid& 
 }
 
 git::Result<std::uint32_t> count_walk(git_repository* repository, const git_oid& start,
-                                      std::uint32_t limit,
-                                      const std::function<bool()>& is_cancelled)
+                                      std::uint32_t limit)
 {
     const git::Result<git::Revwalk> walk = start_walk(repository, start);
     if (!walk)
         return tl::unexpected(walk.error());
     std::uint32_t count = 0;
     git_oid id{};
-    while (count < limit && !(is_cancelled && is_cancelled()) &&
-           git_revwalk_next(&id, walk->get()) == 0)
+    while (count < limit && git_revwalk_next(&id, walk->get()) == 0)
         ++count;
     return count;
+}
+
+git::Result<std::vector<git_oid>> walk_all(git_repository* repository, const git_oid& start,
+                                           const std::function<bool()>& is_cancelled)
+{
+    const git::Result<git::Revwalk> walk = start_walk(repository, start);
+    if (!walk)
+        return tl::unexpected(walk.error());
+    std::vector<git_oid> ids;
+    git_oid id{};
+    while (!(is_cancelled && is_cancelled()) && git_revwalk_next(&id, walk->get()) == 0)
+        ids.push_back(id);
+    return ids;
 }
 
 }  // namespace revlane

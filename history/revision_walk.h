@@ -8,16 +8,20 @@
 
 #include <cstdint>
 #include <functional>
+#include <vector>
 
 namespace revlane {
 
 // A walk that begins with `start`. On the thread of the repository, which must outlive it.
 git::Result<git::Revwalk> start_walk(git_repository* repository, const git_oid& start);
 
-// How many commits `start` reaches, itself included, but at most `limit`. `is_cancelled` (may be
-// empty) is asked at each step; once it says true, the number so far is returned.
+// How many commits `start` reaches, itself included, but at most `limit`.
 git::Result<std::uint32_t> count_walk(git_repository* repository, const git_oid& start,
-                                      std::uint32_t limit,
-                                      const std::function<bool()>& is_cancelled = {});
+                                      std::uint32_t limit);
+
+// All commits that `start` reaches, itself first. `is_cancelled` (may be empty) is asked at each step;
+// once it says true, those so far are returned.
+git::Result<std::vector<git_oid>> walk_all(git_repository* repository, const git_oid& start,
+                                           const std::function<bool()>& is_cancelled = {});
 
 }  // namespace revlane

@@ -8,6 +8,7 @@
 #include "git/commands.h"
 #include "git/references.h"
 #include "history/file_walk.h"
+#include "history/history_layout.h"
 #include "history/revision_walk.h"
 #include "plugin/host/editor.h"
 #include "plugin/host/localized.h"
@@ -24,7 +25,6 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <filesystem>
 #include <limits>
 #include <string_view>
@@ -41,15 +41,6 @@ constexpr std::uint32_t QUICK_COUNT = 200;
 enum Column : int { COLUMN_SUMMARY, COLUMN_AUTHOR, COLUMN_DATE, COLUMN_ID };
 constexpr std::array<UINT, 4> COLUMN_TITLES{IDS_COLUMN_SUMMARY, IDS_COLUMN_AUTHOR, IDS_COLUMN_DATE,
                                             IDS_COLUMN_ID};
-
-// Widths at 96 DPI.
-constexpr int MINIMUM_SUMMARY_WIDTH = 250;
-constexpr int AUTHOR_WIDTH = 110;
-constexpr int COLUMN_PADDING = 15;
-
-// Rows are built ahead in slices, so that the window answers in between.
-constexpr UINT_PTR BUILD_AHEAD_TIMER = 1;
-constexpr std::chrono::milliseconds BUILD_AHEAD_SLICE{10};
 
 const std::wstring& column_text(const git::CommitRow& row, int column)
 {
@@ -227,13 +218,19 @@ void RevlaneList::count_revisions()
         return;
     }
     count_cancel_ = std::make_shared<Cancellation>();
+    counted_ = std::make_shared<std::vector<git_oid>>();
     count_slot_.submit([list = list_, repository = std::move(*opened), start = *start_,
-                        cancel = count_cancel_] {
+                        counted = counted_, cancel = count_cancel_] {
         const git::LibraryScope library;
-        CountResult result =
-            count_walk(repository.handle.get(), start, std::numeric_limits<std::uint32_t>::max(),
-                       [&cancel] { return cancel->is_cancelled(); });
-        cancel->post(list, WM_REVLANE_COUNT, std::make_unique<CountResult>(std::move(result)));
+        git::Result<std::vector<git_oid>> walked =
+            walk_all(repository.handle.get(), start, [&cancel] { return cancel->is_cancelled(); });
+        // The list looks at the ids only once the count has arrived.
+        if (walked)
+            *counted = std::move(*walked);
+        cancel->post(list, WM_REVLANE_COUNT,
+                     std::make_unique<CountResult>(
+                         walked ? CountResult(static_cast<std::uint32_t>(counted->size()))
+                                : CountResult(tl::unexpected(std::move(walked.error())))));
     });
 }
 
@@ -245,6 +242,7 @@ void RevlaneList::cancel_count()
         return;
     count_cancel_->cancel();
     count_cancel_.reset();
+    counted_.reset();
     // An answer that came in meanwhile is about another list.
     win32::drain_owned<CountResult>(list_, WM_REVLANE_COUNT);
 }
@@ -253,7 +251,8 @@ void RevlaneList::on_count(WPARAM wparam)
 {
     const auto result = win32::take_owned<CountResult>(wparam);
     count_cancel_.reset();
-    if (result == nullptr)
+    const auto counted = std::exchange(counted_, nullptr);
+    if (result == nullptr || counted == nullptr)
         return;
     PostMessageW(host_, WM_SIZE, 0, 0);
     if (!*result) {
@@ -261,16 +260,17 @@ void RevlaneList::on_count(WPARAM wparam)
         win32::show_error(list_, git::to_wide(result->error()));
         return;
     }
+    model_->set_walked(std::move(*counted));
+    const std::vector<std::size_t> selected = selected_rows(list_);
+    const auto top = static_cast<std::size_t>(ListView_GetTopIndex(list_));
     {
-        const std::vector<std::size_t> selected = selected_rows();
-        const int top = ListView_GetTopIndex(list_);
         const RedrawPause pause(list_);
         SendMessageW(list_, LVM_DELETEALLITEMS, 0, 0);
         SendMessageW(list_, LVM_SETITEMCOUNT, **result, 0);
         select_rows(selected);
-        scroll_to(top);
     }
-    SetTimer(list_, BUILD_AHEAD_TIMER, USER_TIMER_MINIMUM, nullptr);
+    if (**result > 0)
+        scroll_to_top(list_, std::min<std::size_t>(top, **result - 1));
     if (wanted_)
         select_commit(*std::exchange(wanted_, std::nullopt));
 }
@@ -278,12 +278,6 @@ void RevlaneList::on_count(WPARAM wparam)
 bool RevlaneList::is_counting() const noexcept
 {
     return count_cancel_ != nullptr && item_count() >= static_cast<int>(QUICK_COUNT);
-}
-
-void RevlaneList::on_build_ahead()
-{
-    if (!model_->build_ahead(static_cast<std::size_t>(item_count()), BUILD_AHEAD_SLICE))
-        KillTimer(list_, BUILD_AHEAD_TIMER);
 }
 
 void RevlaneList::filter(const std::wstring& revision, const Filter::State& state)
@@ -446,23 +440,10 @@ bool RevlaneList::is_busy() const noexcept
     return filter_slot_.busy() || command_slot_.busy();
 }
 
-std::vector<std::size_t> RevlaneList::selected_rows() const
-{
-    std::vector<std::size_t> rows;
-    for (int i = ListView_GetNextItem(list_, -1, LVNI_SELECTED); i >= 0;
-         i = ListView_GetNextItem(list_, i, LVNI_SELECTED))
-        rows.push_back(static_cast<std::size_t>(i));
-    return rows;
-}
-
 std::vector<const git::CommitRow*> RevlaneList::built_selection() const
 {
-    const std::vector<std::size_t> selected = selected_rows();
-    // Building a row may move the rows before it, so the last is asked for first.
-    if (!selected.empty())
-        (void)model_->row(selected.back());
     std::vector<const git::CommitRow*> rows;
-    for (const std::size_t index : selected) {
+    for (const std::size_t index : selected_rows(list_)) {
         if (const git::CommitRow* row = model_->row(index))
             rows.push_back(row);
     }
@@ -486,16 +467,6 @@ void RevlaneList::select_rows(const std::vector<std::size_t>& rows)
         SendMessageW(list_, LVM_SETITEMSTATE, row, reinterpret_cast<LPARAM>(&item));
 }
 
-void RevlaneList::scroll_to(int top)
-{
-    const int last_in_page = top + ListView_GetCountPerPage(list_) - 1;
-    const int count = item_count();
-    if (top <= 0 || count == 0)
-        return;
-    ListView_EnsureVisible(list_, std::min(last_in_page, count - 1), FALSE);
-    ListView_EnsureVisible(list_, std::min(top, count - 1), FALSE);
-}
-
 LRESULT RevlaneList::on_notify(NMHDR& header)
 {
     switch (header.code) {
@@ -503,8 +474,7 @@ LRESULT RevlaneList::on_notify(NMHDR& header)
         on_display_info(reinterpret_cast<NMLVDISPINFOW&>(header));
         break;
     case LVN_ODCACHEHINT:
-        (void)model_->row(
-            gsl::narrow<std::size_t>(reinterpret_cast<const NMLVCACHEHINT*>(&header)->iTo));
+        on_cache_hint(*reinterpret_cast<const NMLVCACHEHINT*>(&header));
         break;
     case LVN_ITEMACTIVATE:
         open_commit();
@@ -527,6 +497,12 @@ LRESULT RevlaneList::on_notify(NMHDR& header)
         break;
     }
     return 0;
+}
+
+void RevlaneList::on_cache_hint(const NMLVCACHEHINT& hint)
+{
+    for (int row = std::max(hint.iFrom, 0); row <= hint.iTo; ++row)
+        (void)model_->row(static_cast<std::size_t>(row));
 }
 
 void RevlaneList::on_display_info(NMLVDISPINFOW& info)
@@ -562,27 +538,20 @@ win32::Handled RevlaneList::handle(const win32::Message& message)
             return std::nullopt;
         SetCursor(LoadCursorW(nullptr, IDC_APPSTARTING));
         return 1;
-    case WM_GETDLGCODE: {
+    case WM_GETDLGCODE:
         // Return opens the commit; without this the dialog would take the key.
-        const auto* key = reinterpret_cast<const MSG*>(message.lparam);
-        if (key != nullptr && key->message == WM_KEYDOWN && key->wParam == VK_RETURN)
-            return DLGC_WANTMESSAGE |
-                   DefSubclassProc(message.window, message.id, message.wparam, message.lparam);
-        return std::nullopt;
-    }
+        if (!is_asked_for_return(message.lparam))
+            return std::nullopt;
+        return DLGC_WANTMESSAGE |
+               DefSubclassProc(message.window, message.id, message.wparam, message.lparam);
     case WM_CONTEXTMENU:
         // From the keyboard only: the mouse arrives as NM_RCLICK.
         if (message.lparam != -1)
             return std::nullopt;
-        on_context_menu(keyboard_menu_place());
+        on_context_menu(keyboard_menu_place(list_));
         return 0;
     case WM_COMMAND:
         return on_command(LOWORD(message.wparam));
-    case WM_TIMER:
-        if (message.wparam != BUILD_AHEAD_TIMER)
-            return std::nullopt;
-        on_build_ahead();
-        return 0;
     case WM_REVLANE_COUNT:
         on_count(message.wparam);
         return 0;
@@ -640,17 +609,6 @@ void RevlaneList::prepare_menu(HMENU menu) const
     for (const int id : {ID_COPY_COMMIT_IDS, ID_COPY_COMMITS})
         grey_unless(id, selected >= 1);
     grey_unless(ID_COMPARE_COMMITS, selected == 2);
-}
-
-POINT RevlaneList::keyboard_menu_place() const
-{
-    RECT row{};
-    const int focused = ListView_GetNextItem(list_, -1, LVNI_FOCUSED);
-    if (focused >= 0)
-        ListView_GetItemRect(list_, focused, &row, LVIR_LABEL);
-    POINT place{row.left, row.bottom};
-    ClientToScreen(list_, &place);
-    return place;
 }
 
 void RevlaneList::on_context_menu(std::optional<POINT> where)
@@ -754,20 +712,16 @@ void RevlaneList::on_create_branch()
 void RevlaneList::fit_columns()
 {
     const int dpi = gsl::narrow<int>(gsl::narrow<unsigned>(get_dpi(list_)));
-    const int padding = scale(COLUMN_PADDING, dpi);
-    const int author = scale(AUTHOR_WIDTH, dpi);
-    const int date = padding + text_width(list_, L"00/00/00 00:00:00 AM");
-    const int id = padding + text_width(list_, L"0000000");
     RECT bounds{};
     GetWindowRect(list_, &bounds);
     const int available = bounds.right - bounds.left - 2 * GetSystemMetrics(SM_CXEDGE) -
                           GetSystemMetrics(SM_CXVSCROLL);
-    const int summary =
-        std::max(available - (date + author + id), scale(MINIMUM_SUMMARY_WIDTH, dpi));
-    ListView_SetColumnWidth(list_, COLUMN_AUTHOR, author);
-    ListView_SetColumnWidth(list_, COLUMN_DATE, date);
-    ListView_SetColumnWidth(list_, COLUMN_ID, id);
-    ListView_SetColumnWidth(list_, COLUMN_SUMMARY, summary);
+    const CommitColumns columns = fit_commit_columns(
+        available, dpi, text_width(list_, L"00/00/00 00:00:00 AM"), text_width(list_, L"0000000"));
+    ListView_SetColumnWidth(list_, COLUMN_AUTHOR, columns.author);
+    ListView_SetColumnWidth(list_, COLUMN_DATE, columns.date);
+    ListView_SetColumnWidth(list_, COLUMN_ID, columns.id);
+    ListView_SetColumnWidth(list_, COLUMN_SUMMARY, columns.summary);
 }
 
 }  // namespace revlane

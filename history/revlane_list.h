@@ -92,7 +92,6 @@ public:
     [[nodiscard]] UINT selected_count() const noexcept;
     // Whether a search, a checkout or a branch creation runs or waits.
     [[nodiscard]] bool is_busy() const noexcept;
-    [[nodiscard]] std::vector<std::size_t> selected_rows() const;
     // The commit of the only selected row; nothing when another number is selected.
     [[nodiscard]] std::optional<git_oid> selected_commit() const;
 
@@ -101,7 +100,7 @@ private:
     win32::Handled on_command(UINT id);
     void on_count(WPARAM wparam);
     void on_filtered(WPARAM wparam);
-    void on_build_ahead();
+    void on_cache_hint(const NMLVCACHEHINT& hint);
     void on_display_info(NMLVDISPINFOW& info);
     void on_key_down(WORD key);
     void on_context_menu(std::optional<POINT> where);
@@ -124,8 +123,6 @@ private:
     void cancel_filter();
     void fit_columns();
     void select_rows(const std::vector<std::size_t>& rows);
-    void scroll_to(int top);
-    [[nodiscard]] POINT keyboard_menu_place() const;
     [[nodiscard]] std::vector<const git::CommitRow*> built_selection() const;
 
     HWND list_ = nullptr;
@@ -139,8 +136,9 @@ private:
     std::optional<git_oid> wanted_;  // to be selected once the count has arrived
     bool is_filtering_ = false;
     bool is_filter_current_ = false;
-    std::shared_ptr<Cancellation> count_cancel_;   // of the count under way, null when none is
-    std::shared_ptr<Cancellation> filter_cancel_;  // of the last search that was queued
+    std::shared_ptr<std::vector<git_oid>> counted_;  // by the count under way, else null
+    std::shared_ptr<Cancellation> count_cancel_;     // of the count under way, null when none is
+    std::shared_ptr<Cancellation> filter_cancel_;    // of the last search that was queued
     win32::TaskSlot count_slot_;
     win32::TaskSlot filter_slot_;
     win32::TaskSlot command_slot_;

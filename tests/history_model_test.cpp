@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <set>
 #include <sstream>
@@ -34,6 +35,7 @@ using revlane::read_reference_map;
 using revlane::RevListWithFilter;
 using revlane::splitter_position;
 using revlane::start_walk;
+using revlane::walk_all;
 using revlane::walk_file_history;
 using support::TempRepository;
 
@@ -100,9 +102,6 @@ TEST(HistoryModel, RowsOfALongHistoryAreThoseOfGitLog)
 
     EXPECT_EQ(*count_walk(repository.get(), start, NO_LIMIT), 5001U);
     EXPECT_EQ(*count_walk(repository.get(), start, 200), 200U);
-    int asked = 0;
-    EXPECT_EQ(*count_walk(repository.get(), start, NO_LIMIT, [&asked] { return ++asked > 10; }),
-              10U);
 
     RevListWithFilter model = walk_model(repository, start);
     EXPECT_EQ(model.size(), 0U);
@@ -138,20 +137,39 @@ TEST(HistoryModel, RowsOfALongHistoryAreThoseOfGitLog)
     EXPECT_EQ(model.size(), 5001U);
 }
 
-TEST(HistoryModel, RowsAreBuiltAheadInSlices)
+TEST(HistoryModel, AWalkDoneElsewhereSparesItsSteps)
 {
     std::string stream;
     for (int mark = 1; mark <= 300; ++mark)
-        stream += commit_head("main", mark, "1600000000 +0000", "m") +
+        stream += commit_head("main", mark, "1600000000 +0000", fmt::format("subject {}", mark)) +
                   (mark > 1 ? fmt::format("from :{}\n", mark - 1) : "");
     const TempRepository temporary;
     temporary.fast_import(stream);
-    RevListWithFilter model = walk_model(temporary.open(), oid(temporary.id_of("main")));
-    EXPECT_TRUE(model.build_ahead(300, std::chrono::nanoseconds(1))) << "rows are left";
-    EXPECT_LT(model.size(), 300U);
-    while (model.build_ahead(300, std::chrono::milliseconds(10))) {
-    }
+    const auto repository = temporary.open();
+    const git_oid start = oid(temporary.id_of("main"));
+    std::vector<git_oid> all = *walk_all(repository.get(), start);
+    ASSERT_EQ(all.size(), 300U);
+    int asked = 0;
+    EXPECT_EQ(walk_all(repository.get(), start, [&asked] { return ++asked > 10; })->size(), 10U);
+
+    RevListWithFilter model = walk_model(repository, start);
+    const git::CommitRow* early = model.row(5);
+    // What does not continue the rows that are there is of another walk.
+    model.set_walked({all.rbegin(), all.rend()});
+    model.set_walked({all.begin(), all.begin() + 3});
+    EXPECT_EQ(model.size(), 6U);
+    model.set_walked(all);
     EXPECT_EQ(model.size(), 300U);
+    EXPECT_EQ(model.row(299)->summary, L"subject 1");
+    EXPECT_EQ(model.row(150)->summary, L"subject 150");
+    EXPECT_EQ(model.row(300), nullptr);
+    EXPECT_EQ(model.row(5), early) << "a row stays where it is when others are built";
+    // A commit that cannot be read has no row, and those around it have theirs.
+    all[200] = git_oid{};
+    RevListWithFilter broken = walk_model(repository, start);
+    broken.set_walked(all);
+    EXPECT_EQ(broken.row(200), nullptr);
+    EXPECT_NE(broken.row(201), nullptr);
 }
 
 TEST(HistoryModel, OddCommitsHaveRows)
@@ -307,6 +325,24 @@ TEST(HistoryLayout, NothingOverlapsOrLeavesTheWindow)
                 }
             }
         }
+    }
+}
+
+TEST(HistoryLayout, TheSummaryTakesWhatTheOtherColumnsLeave)
+{
+    struct Case {
+        int room;
+        int dpi;
+        std::array<int, 4> widths;  // summary, author, date, id
+    };
+    for (const Case& test :
+         {Case{900, 96, {545, 110, 175, 70}}, Case{600, 96, {250, 110, 175, 70}},
+          Case{1000, 144, {576, 165, 182, 77}}, Case{500, 144, {375, 165, 182, 77}},
+          Case{99, 97, {252, 111, 175, 70}}}) {
+        const revlane::CommitColumns fitted =
+            revlane::fit_commit_columns(test.room, test.dpi, 160, 55);
+        EXPECT_EQ((std::array{fitted.summary, fitted.author, fitted.date, fitted.id}), test.widths)
+            << test.room << " at " << test.dpi;
     }
 }
 
