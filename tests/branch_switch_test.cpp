@@ -31,6 +31,7 @@ namespace revlane {
 
 namespace {
 
+using support::FailingGit;
 using support::TempRepository;
 using Verbs = std::vector<std::string>;
 

@@ -11,6 +11,8 @@
 #include "changes/texts.h"
 #include "resources/ids.h"
 #include "tests/support/localized_texts.h"
+#include "tests/support/menu_reader.h"
+#include "tests/support/next_dialog.h"
 #include "tests/support/pump.h"
 #include "tests/support/recorded_git.h"
 #include "tests/support/recording_host.h"
@@ -41,6 +43,7 @@ namespace revlane {
 
 namespace {
 
+using support::InNextDialog;
 using Texts = std::vector<std::wstring>;
 
 LRESULT send(HWND window, UINT message, WPARAM wparam = 0, LPARAM lparam = 0)
@@ -121,52 +124,6 @@ std::wstring shown_in(HWND combo)
     return index < 0 ? L"(nothing)" : item_of(combo, index);
 }
 
-// Does something in the next dialog that this thread shows, as soon as it is there. Made before the
-// call that shows it, since that call returns only once the dialog is answered.
-class InNextDialog {
-public:
-    explicit InNextDialog(std::function<void(HWND)> act) : act_(std::move(act))
-    {
-        constexpr UINT interval_ms = 10;
-        active_ = this;
-        timer_ = SetTimer(nullptr, 0, interval_ms, look);
-    }
-    ~InNextDialog()
-    {
-        KillTimer(nullptr, timer_);
-        active_ = nullptr;
-        EXPECT_FALSE(act_) << "no dialog was shown";
-    }
-    InNextDialog(const InNextDialog&) = delete;
-    InNextDialog& operator=(const InNextDialog&) = delete;
-
-private:
-    static void CALLBACK look(HWND, UINT, UINT_PTR, DWORD)
-    {
-        EnumThreadWindows(
-            GetCurrentThreadId(),
-            [](HWND window, LPARAM) -> BOOL {
-                std::array<wchar_t, 16> name{};
-                GetClassNameW(window, name.data(), static_cast<int>(name.size()));
-                const bool is_asking = active_ != nullptr && active_->act_ &&
-                                       IsWindowVisible(window) && name.data() == DIALOG_CLASS &&
-                                       GetWindow(window, GW_OWNER) != nullptr &&
-                                       !IsWindowEnabled(GetWindow(window, GW_OWNER));
-                if (!is_asking)
-                    return TRUE;
-                std::exchange(active_->act_, nullptr)(window);
-                return FALSE;
-            },
-            0);
-    }
-
-    static constexpr std::wstring_view DIALOG_CLASS = L"#32770";
-    static inline InNextDialog* active_ = nullptr;
-
-    std::function<void(HWND)> act_;
-    UINT_PTR timer_;
-};
-
 void click_task_button(HWND dialog, int button)
 {
     send(dialog, TDM_CLICK_BUTTON, static_cast<WPARAM>(button));
@@ -182,12 +139,6 @@ std::wstring texts_of(HWND dialog)
     return text;
 }
 
-struct Menu {
-    std::vector<UINT> commands;
-    std::set<UINT> enabled;
-    UINT default_command = 0;
-};
-
 // A dialog in the place of the panel, with both controls.
 class Owner {
 public:
@@ -201,8 +152,7 @@ public:
                                    win32::dialog_proc<Owner>, reinterpret_cast<LPARAM>(this));
         if (list == nullptr || combo == nullptr)
             throw std::runtime_error("no controls can be made: is there a screen?");
-        menu_reader_.emplace(
-            list, [this](const win32::Message& message) { return on_list_message(message); }, 7);
+        menu_reader_.emplace(list);
         ShowWindow(dialog, SW_SHOWNA);
     }
     ~Owner()
@@ -256,11 +206,11 @@ public:
     }
 
     // What the context menu of the list shows.
-    Menu context_menu()
+    support::ShownMenu context_menu()
     {
-        menu_ = {};
-        send(dialog, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(list), MAKELPARAM(5, 50));
-        return menu_;
+        return menu_reader_->read([this] {
+            send(dialog, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(list), MAKELPARAM(5, 50));
+        });
     }
 
     HWND dialog = nullptr;
@@ -274,27 +224,7 @@ public:
 
 private:
     // The list's window owns its menu.
-    win32::Handled on_list_message(const win32::Message& message)
-    {
-        if (message.id == WM_ENTERIDLE)
-            EndMenu();
-        if (message.id != WM_INITMENUPOPUP)
-            return std::nullopt;
-        auto* const popup = reinterpret_cast<HMENU>(message.wparam);
-        menu_.default_command = GetMenuDefaultItem(popup, FALSE, GMDI_USEDISABLED);
-        for (int i = 0; i < GetMenuItemCount(popup); ++i) {
-            const UINT id = GetMenuItemID(popup, i);
-            if (id == 0)
-                continue;
-            menu_.commands.push_back(id);
-            if ((GetMenuState(popup, id, MF_BYCOMMAND) & (MF_DISABLED | MF_GRAYED)) == 0)
-                menu_.enabled.insert(id);
-        }
-        return std::nullopt;
-    }
-
-    Menu menu_;
-    std::optional<win32::Subclass> menu_reader_;
+    std::optional<support::MenuReader> menu_reader_;
 };
 
 class Branches : public testing::Test {
@@ -566,7 +496,7 @@ TEST_F(Branches, TheMenuOffersWhatFitsTheSelection)
     for (const Case& test : cases) {
         SCOPED_TRACE(test.name);
         select_only(list(), test.rows);
-        const Menu menu = owner_.context_menu();
+        const support::ShownMenu menu = owner_.context_menu();
         EXPECT_EQ(menu.default_command, 40049u);
         EXPECT_EQ(menu.enabled, test.enabled);
         EXPECT_EQ(std::set<UINT>(menu.commands.begin(), menu.commands.end()),
