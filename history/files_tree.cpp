@@ -6,6 +6,7 @@
 #include <shellapi.h>
 
 #include <algorithm>
+#include <cstring>
 #include <tuple>
 #include <utility>
 
@@ -118,6 +119,23 @@ std::optional<std::wstring> FilesTree::selected_file() const
     if (!index || entries_[*index].kind != GIT_OBJECT_BLOB)
         return std::nullopt;
     return entries_[*index].path;
+}
+
+POINT FilesTree::keyboard_menu_place() const
+{
+    RECT client{};
+    GetClientRect(tree_, &client);
+    RECT item{};
+    if (auto* const selected = TreeView_GetSelection(tree_)) {
+        // The message takes the item from where it puts the rectangle.
+        const auto handle = reinterpret_cast<LONG_PTR>(selected);
+        std::memcpy(&item, &handle, sizeof handle);
+        SendMessageW(tree_, TVM_GETITEMRECT, TRUE, reinterpret_cast<LPARAM>(&item));
+    }
+    POINT place{std::clamp(item.left, client.left, client.right),
+                std::clamp(item.bottom, client.top, client.bottom)};
+    ClientToScreen(tree_, &place);
+    return place;
 }
 
 void FilesTree::select_at_cursor()

@@ -35,6 +35,8 @@ public:
     // The selected file's path, repository-relative with forward slashes; nothing when a folder, a
     // submodule or nothing is selected.
     [[nodiscard]] std::optional<std::wstring> selected_file() const;
+    // Where a menu opens that the keyboard asked for, on the screen: below the selected item.
+    [[nodiscard]] POINT keyboard_menu_place() const;
     // Selects the item under the mouse, as a right click does.
     void select_at_cursor();
 

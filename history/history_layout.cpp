@@ -71,7 +71,9 @@ HistoryLayout lay_out_history(const HistoryLayoutInput& input)
     y += control + gap;
 
     const int bottom = std::max(static_cast<int>(input.client.cy) - margin, y);
-    layout.empty = rect(left, y, width, bottom - y);
+    // Where the eye looks first.
+    const int above = (bottom - y) / 3;
+    layout.empty = rect(left, y + above, width, bottom - y - above);
 
     const int splitter = std::min(px(SPLITTER_HEIGHT), bottom - y);
     const int room = bottom - y - splitter;

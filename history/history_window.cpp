@@ -92,7 +92,7 @@ private:
     void on_command_result(std::unique_ptr<git::CommandResult> result);
     void on_filter();
     void on_clear_filter();
-    void on_tree_menu();
+    void on_tree_menu(POINT place);
 
     void open_repository(const std::filesystem::path& path);
     void close_repository();
@@ -183,6 +183,12 @@ win32::Handled HistoryWindow::handle(const win32::Message& message)
         return on_notify(*reinterpret_cast<NMHDR*>(message.lparam));
     case WM_COMMAND:
         return on_command(LOWORD(message.wparam), HIWORD(message.wparam));
+    case WM_CONTEXTMENU:
+        // From the keyboard only: the mouse arrives as NM_RCLICK.
+        if (reinterpret_cast<HWND>(message.wparam) != item(IDC_FILES_TREE) || message.lparam != -1)
+            return std::nullopt;
+        on_tree_menu(files_.keyboard_menu_place());
+        return 0;
     case WM_SETCURSOR:
     case WM_LBUTTONDOWN:
     case WM_MOUSEMOVE:
@@ -463,7 +469,11 @@ win32::Handled HistoryWindow::on_notify(NMHDR& header)
         return 0;
     case NM_RCLICK:
         files_.select_at_cursor();
-        on_tree_menu();
+        {
+            POINT place{};
+            GetCursorPos(&place);
+            on_tree_menu(place);
+        }
         return 1;
     case NM_DBLCLK:
         // On a folder it opens and closes, as everywhere.
@@ -538,7 +548,7 @@ void HistoryWindow::on_clear_filter()
         update_state();
 }
 
-void HistoryWindow::on_tree_menu()
+void HistoryWindow::on_tree_menu(POINT place)
 {
     const win32::MenuHandle menu(
         LoadMenuW(host::resource_module(), MAKEINTRESOURCEW(IDM_FILES_TREE)));
@@ -548,8 +558,6 @@ void HistoryWindow::on_tree_menu()
         EnableMenuItem(items, ID_COMPARE_TREE_FILE, MF_GRAYED);
     if (!files_.selected_file())
         EnableMenuItem(items, ID_TREE_FILE_HISTORY, MF_GRAYED);
-    POINT place{};
-    GetCursorPos(&place);
     TrackPopupMenuEx(items, TPM_RIGHTBUTTON, place.x, place.y, dialog_, nullptr);
 }
 

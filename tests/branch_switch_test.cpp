@@ -31,7 +31,6 @@ namespace revlane {
 
 namespace {
 
-using support::FailingGit;
 using support::TempRepository;
 using Verbs = std::vector<std::string>;
 

@@ -602,6 +602,10 @@ TEST_F(History, MenusFitTheSelection)
     const support::ShownMenu on_file = tree_menu(TreeView_GetNextSibling(tree, folder));
     EXPECT_EQ(on_file.enabled, (std::set<UINT>{ID_COMPARE_TREE_FILE, ID_TREE_FILE_HISTORY}));
     EXPECT_EQ(on_file.default_command, static_cast<UINT>(ID_COMPARE_TREE_FILE));
+    EXPECT_EQ(
+        tree_menus.read([&] { send(tree, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(tree), -1); })
+            .enabled,
+        on_file.enabled);
 }
 
 TEST_F(History, CopiesRowsAndIds)

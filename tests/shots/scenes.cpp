@@ -1,6 +1,7 @@
 #include "tests/shots/scenes.h"
 
 #include "resources/ids.h"
+#include "tests/support/next_dialog.h"
 #include "win32/text.h"
 
 #include <commctrl.h>
@@ -236,6 +237,15 @@ for i in $(seq 1 40); do printf x >"notes/entry $i.txt"; done
     stage.save("panel-narrow", stage.frame());
 }
 
+void search(HWND history, const std::wstring& text)
+{
+    const InNextDialog question([&text](HWND dialog) {
+        SetDlgItemTextW(dialog, IDC_FILTER_TEXT, text.c_str());
+        PostMessageW(dialog, WM_COMMAND, IDOK, 0);
+    });
+    SendMessageW(history, WM_COMMAND, IDC_FILTER, 0);
+}
+
 void take_history(const Album& album)
 {
     const Project project;
@@ -250,11 +260,28 @@ void take_history(const Album& album)
     stage.save("history", history);
     stage.save_context_menu("history-menu", history, list);
     stage.save_popup("history-filter-dialog", history, [&] { click(history, IDC_FILTER); });
+    const HWND tree = GetDlgItem(history, IDC_FILES_TREE);
+    TreeView_SelectItem(tree, TreeView_GetRoot(tree));
+    TreeView_Expand(tree, TreeView_GetRoot(tree), TVE_EXPAND);
+    stage.save_popup("history-files-menu", history, [&] {
+        PostMessageW(tree, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(tree), -1);
+    });
     choose(list, ID_OPEN_COMMIT);
     HWND picker = nullptr;
     stage.wait([&] { return (picker = window_with(IDC_CHANGED_FILES)) != nullptr; },
                "for the changed files");
     stage.save("changed-files", picker);
+    DestroyWindow(picker);
+
+    // A search that finds something, one that finds nothing, and one under way.
+    search(history, L"index");
+    stage.wait_rows(history, IDC_COMMIT_LIST, 2);
+    stage.save("history-filtered", history);
+    search(history, L"a text that nobody has written");
+    stage.wait_rows(history, IDC_COMMIT_LIST, 0);
+    stage.save("history-nothing-found", history);
+    search(history, L"index");
+    stage.save("history-searching", history);
 }
 
 void take_history_unborn(const Album& album)
