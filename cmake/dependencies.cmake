@@ -22,16 +22,21 @@ if(MINGW)
         message(FATAL_ERROR "The libraries are not built yet: run ./dev build, which makes them.")
     endif()
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
-        "${PROJECT_SOURCE_DIR}/tools/dependencies/build")
+        "${PROJECT_SOURCE_DIR}/tools/dependencies/build"
+        "${PROJECT_SOURCE_DIR}/tools/dependencies/patches")
 
-    target_include_directories(deps_headers SYSTEM INTERFACE "${REVLANE_PREFIX}/include")
-    target_include_directories(deps_libgit2 SYSTEM INTERFACE "${REVLANE_PREFIX}/include")
+    # Headers are found by a path in the build folder, which stays the same with another recipe: what
+    # was compiled with the same headers need not be compiled again.
+    set(headers "${CMAKE_BINARY_DIR}/prefix")
+    file(CREATE_LINK "${REVLANE_PREFIX}/include" "${headers}" SYMBOLIC)
+    target_include_directories(deps_headers SYSTEM INTERFACE "${headers}")
+    target_include_directories(deps_libgit2 SYSTEM INTERFACE "${headers}")
     target_link_libraries(deps_libgit2 INTERFACE
         "${REVLANE_PREFIX}/lib/libgit2.a"
         "${REVLANE_PREFIX}/lib/libpcre2-8.a"
         "${REVLANE_PREFIX}/lib/libhttp_parser.a"
         z ws2_32 secur32 rpcrt4 crypt32)
-    target_include_directories(deps_gtest SYSTEM INTERFACE "${REVLANE_PREFIX}/include")
+    target_include_directories(deps_gtest SYSTEM INTERFACE "${headers}")
     target_link_libraries(deps_gtest INTERFACE
         "${REVLANE_PREFIX}/lib/libgmock.a"
         "${REVLANE_PREFIX}/lib/libgtest.a")

@@ -91,6 +91,13 @@ Git::RunScope::~RunScope()
     git_.running_processes_.erase(process_);
 }
 
+void begin_library() noexcept
+{
+    git_libgit2_init();
+    static const int set = git_libgit2_opts(GIT_OPT_ENABLE_STRICT_HASH_VERIFICATION, 0);
+    static_cast<void>(set);
+}
+
 void git_repository_deleter(git_repository* repository) noexcept
 {
     git_repository_free(repository);

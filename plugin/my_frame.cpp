@@ -3,6 +3,7 @@
 #include "changes/compare.h"
 #include "changes/messages.h"
 #include "changes/modeless_dialogs.h"
+#include "git/handles.h"
 #include "history/history_window.h"
 #include "plugin/host/editor.h"
 #include "plugin/host/settings.h"
@@ -135,7 +136,7 @@ void MyCFrame::on_created(HWND window)
 {
     git_ = std::make_shared<git::Git>();
     if (!std::exchange(holds_library_, true))
-        git_libgit2_init();
+        git::begin_library();
     if (!bar_open_ && host::read_number(window_, host::SETTING_OPEN_STARTUP) != 0)
         OnCommand(window);
 }
