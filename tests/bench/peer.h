@@ -1,0 +1,18 @@
+// What Revlane is compared with: git for Windows on the command line, and the bare walk through a
+// folder below which no program can get.
+#pragma once
+
+#include "tests/bench/watch.h"
+
+#include <filesystem>
+#include <string>
+
+namespace bench {
+
+// Runs "git ARGUMENTS" and drops what it prints. Throws std::runtime_error when git fails.
+Milliseconds time_git(const std::filesystem::path& folder, const std::wstring& arguments);
+
+// Looks at every file and folder but .git, and counts them.
+Milliseconds time_walk(const std::filesystem::path& folder, std::size_t& files);
+
+}  // namespace bench
