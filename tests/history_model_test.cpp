@@ -196,6 +196,30 @@ TEST(HistoryModel, OddCommitsHaveRows)
     EXPECT_EQ(summaries, expected);
 }
 
+TEST(HistoryModel, CommitsFromBeforeTheirTimeHaveRows)
+{
+    const TempRepository temporary;
+    // Git itself makes no such commit.
+    temporary.script(R"(
+commit recent --allow-empty
+for time in -86400 -20000000000; do
+    id=$(git cat-file commit main | sed "s/^committer .*/committer C <c@example.com> $time +0000/" |
+        git hash-object -t commit -w --stdin --literally)
+    git update-ref "refs/heads/at$time" "$id"
+done
+)");
+    const auto repository = temporary.open();
+    for (const std::string time : {"-86400", "-20000000000"}) {
+        RevListWithFilter model =
+            walk_model(repository, oid(temporary.id_of("refs/heads/at" + time)));
+        const git::CommitRow* row = model.row(0);
+        ASSERT_NE(row, nullptr);
+        EXPECT_EQ(row->summary, L"recent");
+        // Windows' time begins in 1601.
+        EXPECT_EQ(row->date.empty(), time == "-20000000000") << win32::to_utf8(row->date);
+    }
+}
+
 TEST(HistoryModel, AnUnknownStartIsAFailureWithLibgit2sWords)
 {
     const TempRepository temporary;
