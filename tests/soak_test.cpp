@@ -215,6 +215,9 @@ protected:
     void expect_truth()
     {
         ++done_["look"];
+        // As the editor does when the user comes back to it. Wine does not tell of changes in folders
+        // that were there before the watch began.
+        PostMessageW(panel_->dialog(), revlane::WM_REVLANE_REFRESH, 0, 0);
         const auto end = std::chrono::steady_clock::now() + support::pump_deadline;
         bool is_true = false;
         while (!is_true && std::chrono::steady_clock::now() < end)
