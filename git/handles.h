@@ -73,7 +73,8 @@ private:
 
 // Takes one count of libgit2's initialisation, which git_libgit2_shutdown gives back. The first sets how
 // the process reads objects: like git itself, without hashing each one again to see whether it is what
-// its name says. That takes a fifth of the time of every walk. Any thread.
+// its name says.
+// Any thread.
 void begin_library() noexcept;
 
 // One count of libgit2's initialisation, held as long as the object lives. Every background task and

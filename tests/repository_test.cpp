@@ -2,6 +2,7 @@
 #include "tests/support/temp_repository.h"
 #include "win32/text.h"
 
+#include <git2/sys/commit_graph.h>
 #include <gtest/gtest.h>
 
 namespace {
@@ -116,6 +117,19 @@ TEST(OpenRepository, KeepsTheHandleAsLongAsACopyLives)
     }
     EXPECT_EQ(kept.use_count(), 1);
     EXPECT_EQ(git_repository_head_unborn(kept.get()), 0);
+}
+
+// One chunk that is not known would make libgit2 refuse the file, and walk without it. The second one
+// of the two holds dates that lie further apart than the first can tell.
+TEST(CommitGraph, IsReadAsTheMachinesGitWritesIt)
+{
+    const TempRepository repository;
+    repository.script("commit first; now=4000000000; commit later; now=100000000; commit earlier\n"
+                      "git commit-graph write --reachable");
+    git_commit_graph* graph = nullptr;
+    const std::string objects = repository.path_text() + "/.git/objects";
+    EXPECT_EQ(git_commit_graph_open(&graph, objects.c_str()), 0) << git_error_last()->message;
+    git_commit_graph_free(graph);
 }
 
 }  // namespace
