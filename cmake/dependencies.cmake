@@ -36,6 +36,8 @@ if(MINGW)
         "${REVLANE_PREFIX}/lib/libpcre2-8.a"
         "${REVLANE_PREFIX}/lib/libhttp_parser.a"
         z ws2_32 secur32 rpcrt4 crypt32)
+    # The compiler links its library for threads by name: the one in the prefix comes first.
+    link_directories("${REVLANE_PREFIX}/lib")
     target_include_directories(deps_gtest SYSTEM INTERFACE "${headers}")
     target_link_libraries(deps_gtest INTERFACE
         "${REVLANE_PREFIX}/lib/libgmock.a"
