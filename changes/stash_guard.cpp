@@ -32,15 +32,6 @@ bool same(const std::optional<Version>& left, const std::optional<Version>& righ
     return git_oid_equal(&left->id, &right->id) != 0 && left->mode == right->mode;
 }
 
-git::Result<git::Tree> tree_of_parent(const git_commit* commit, unsigned index)
-{
-    git_commit* found = nullptr;
-    if (git_commit_parent(&found, commit, index) != 0)
-        return tl::unexpected(git::error_from_libgit2());
-    const git::Commit parent(found);
-    return git::commit_tree(found);
-}
-
 git::Result<git::Tree> head_tree(git_repository* repository)
 {
     git_object* found = nullptr;
@@ -95,10 +86,10 @@ git::Result<Trees> read_trees(git_repository* repository, const git_oid& stash)
     if (!commit)
         return tl::unexpected(std::move(commit.error()));
     // A stash is a merge of the commit it was made on and a commit of the index.
-    git::Result<git::Tree> base = tree_of_parent(commit->get(), 0);
+    git::Result<git::Tree> base = git::parent_tree(commit->get(), 0);
     if (!base)
         return tl::unexpected(std::move(base.error()));
-    git::Result<git::Tree> staged = tree_of_parent(commit->get(), 1);
+    git::Result<git::Tree> staged = git::parent_tree(commit->get(), 1);
     if (!staged)
         return tl::unexpected(std::move(staged.error()));
     git::Result<git::Tree> head = head_tree(repository);

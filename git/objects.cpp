@@ -69,6 +69,15 @@ Result<Tree> commit_tree(const git_commit* commit)
     return Tree(tree);
 }
 
+Result<Tree> parent_tree(const git_commit* commit, unsigned index)
+{
+    git_commit* found = nullptr;
+    if (git_commit_parent(&found, commit, index) != 0)
+        return tl::unexpected(error_from_libgit2());
+    const Commit parent(found);
+    return commit_tree(found);
+}
+
 std::span<const std::byte> blob_bytes(const git_blob* blob)
 {
     return {static_cast<const std::byte*>(git_blob_rawcontent(blob)),

@@ -35,6 +35,8 @@ Result<Blob> lookup_blob(git_repository* repository, const git_oid& id);
 // "not a blob" when a folder or submodule stands at the path.
 Result<Blob> blob_at_path(const git_tree* tree, std::wstring_view path);
 Result<Tree> commit_tree(const git_commit* commit);
+// Of the parent with this number, from 0.
+Result<Tree> parent_tree(const git_commit* commit, unsigned index);
 // Borrowed from the blob.
 std::span<const std::byte> blob_bytes(const git_blob* blob);
 std::vector<NamedEntry> tree_entries(const git_tree* tree);

@@ -32,15 +32,6 @@ bool same(const std::optional<git_oid>& left, const std::optional<git_oid>& righ
     return git_oid_equal(&*left, &*right) != 0;
 }
 
-git::Result<git::Tree> parent_tree(const git_commit* commit, unsigned index)
-{
-    git_commit* found = nullptr;
-    if (git_commit_parent(&found, commit, index) != 0)
-        return tl::unexpected(git::error_from_libgit2());
-    const git::Commit parent(found);
-    return git::commit_tree(found);
-}
-
 // What one commit did to the file.
 struct Step {
     bool changed = false;
@@ -58,14 +49,14 @@ git::Result<Step> step_at(const git_commit* commit, const std::string& path)
         return Step{now.has_value(), std::nullopt};
     // A merge that took the file from one of its parents as it was did nothing to it.
     for (unsigned i = 0; i < parents; ++i) {
-        const git::Result<git::Tree> before = parent_tree(commit, i);
+        const git::Result<git::Tree> before = git::parent_tree(commit, i);
         if (!before)
             return tl::unexpected(before.error());
         if (same(now, id_at(before->get(), path)))
             return Step{};
     }
     Step step{true, std::nullopt};
-    const git::Result<git::Tree> before = parent_tree(commit, 0);
+    const git::Result<git::Tree> before = git::parent_tree(commit, 0);
     if (!before)
         return tl::unexpected(before.error());
     if (now && !id_at(before->get(), path)) {

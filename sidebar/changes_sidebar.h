@@ -30,6 +30,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -138,6 +139,9 @@ private:
     void on_unstage();
     void on_discard();
     void on_update_submodule(const ChangesListBase& list, UINT id);
+    using OpenFile =
+        std::function<git::Result<void>(const git::Repository&, const git::FileChange&)>;
+    void open_each(const ChangesListBase& list, const OpenFile& open);
     void on_compare();
     void on_compare_staged();
     void on_open_files(const ChangesListBase& list);

@@ -287,49 +287,16 @@ void ChangesSidebar::on_update_submodule(const ChangesListBase& list, UINT id)
     });
 }
 
-void ChangesSidebar::on_compare()
-{
-    if (!repository_)
-        return;
-    // The editor pumps messages while it opens documents, so nothing of the panel is relied on.
-    const git::Repository repository = *repository_;
-    const Life life = life_;
-    for (const git::FileChange& change : copy_of_selection(changes_)) {
-        const auto compared = compare_with_working_tree(host_, repository, change, BASE_INDEX);
-        if (life.expired() || dialog_ == nullptr)
-            return;
-        if (!compared) {
-            show_error_later(git::to_wide(compared.error()));
-            return;
-        }
-    }
-}
-
-void ChangesSidebar::on_compare_staged()
+// Opens each of the selected files in the editor, as far as the first failure. The editor pumps
+// messages while it opens documents, so nothing of the panel is relied on in between.
+void ChangesSidebar::open_each(const ChangesListBase& list, const OpenFile& open)
 {
     if (!repository_)
         return;
     const git::Repository repository = *repository_;
     const Life life = life_;
-    for (const git::FileChange& change : copy_of_selection(staged_)) {
-        const auto compared = compare_versions(host_, repository, change, true);
-        if (life.expired() || dialog_ == nullptr)
-            return;
-        if (!compared) {
-            show_error_later(git::to_wide(compared.error()));
-            return;
-        }
-    }
-}
-
-void ChangesSidebar::on_open_files(const ChangesListBase& list)
-{
-    if (!repository_)
-        return;
-    const git::Repository repository = *repository_;
-    const Life life = life_;
-    for (const std::wstring& path : selected_paths(list)) {
-        const auto opened = open_working_tree_file(host_, repository, path);
+    for (const git::FileChange& change : copy_of_selection(list)) {
+        const git::Result<void> opened = open(repository, change);
         if (life.expired() || dialog_ == nullptr)
             return;
         if (!opened) {
@@ -337,6 +304,30 @@ void ChangesSidebar::on_open_files(const ChangesListBase& list)
             return;
         }
     }
+}
+
+void ChangesSidebar::on_compare()
+{
+    open_each(changes_,
+              [host = host_](const git::Repository& repository, const git::FileChange& change) {
+                  return compare_with_working_tree(host, repository, change, BASE_INDEX);
+              });
+}
+
+void ChangesSidebar::on_compare_staged()
+{
+    open_each(staged_,
+              [host = host_](const git::Repository& repository, const git::FileChange& change) {
+                  return compare_versions(host, repository, change, true);
+              });
+}
+
+void ChangesSidebar::on_open_files(const ChangesListBase& list)
+{
+    open_each(list,
+              [host = host_](const git::Repository& repository, const git::FileChange& change) {
+                  return open_working_tree_file(host, repository, change.new_path);
+              });
 }
 
 void ChangesSidebar::on_status()
