@@ -160,8 +160,12 @@ win32::Handled ChangesSidebar::on_posted_message(const win32::Message& message)
     case WM_PANEL_SHOW_ERRORS:
         errors_.show_waiting(dialog_);
         return 0;
+    case WM_PANEL_SHOW:
+        view_.show();
+        return 0;
     case WM_PANEL_REFRESH:
-        on_refresh();
+        if (refresh_waits_)
+            on_refresh();
         return 0;
     case WM_PANEL_COMMITTED:
         if (const auto committed = win32::take_owned<std::wstring>(message.wparam))
@@ -213,9 +217,14 @@ LRESULT ChangesSidebar::on_init(HWND dialog)
     commit_box_.attach(GetDlgItem(dialog, IDC_COMMIT_MESSAGE),
                        host::load_text(IDS_COMMIT_PLACEHOLDER), [this] { on_commit_key(); });
     auto_fetch_ = host::read_number(host_, host::SETTING_AUTO_FETCH) != 0;
-    view_.show_state(std::nullopt);
-    show_no_repository({});
+    // When the editor has docked the dialog, it has its size.
+    PostMessageW(dialog_, WM_PANEL_SHOW, 0, 0);
     choose_initial_repository();
+    if (!repository_)
+        show_no_repository({});
+    // At once: the files are compared while the editor makes room for the panel.
+    else if (refresh_waits_)
+        on_refresh();
     // Not before it knows the repository: it fetches at once, and then only after some minutes.
     if (auto_fetch_)
         fetcher_.run(dialog_);

@@ -67,6 +67,7 @@ private:
         WM_PANEL_COMMITTED,  // std::wstring, the message of the commit
         WM_PANEL_REFUSED,    // std::wstring, why a command was not run
         WM_PANEL_STAMPS,     // StampsRead
+        WM_PANEL_SHOW,
     };
     // Timers. The frame uses 1 and 2 on this window.
     enum : UINT_PTR { TIMER_BUSY = 10, TIMER_LOOK_AGAIN, TIMER_STAMPS };

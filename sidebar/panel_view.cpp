@@ -1,6 +1,7 @@
 #include "sidebar/panel_view.h"
 
 #include "changes/get_dpi.h"
+#include "changes/list_control.h"
 #include "changes/texts.h"
 #include "plugin/host/localized.h"
 #include "resources/ids.h"
@@ -24,8 +25,6 @@ constexpr int COMBO_FRAME = 6;  // what a drop-down has above and below its text
 
 constexpr int BRANCH_INDENT = 4;
 
-constexpr std::array<int, 3> LISTS{IDC_STAGED_LIST, IDC_CHANGES_LIST, IDC_BRANCHES_LIST};
-
 }  // namespace
 
 void PanelView::attach(HWND dialog, HWND frame)
@@ -44,12 +43,16 @@ void PanelView::attach(HWND dialog, HWND frame)
     const auto caption = [this](int id) {
         return without_access_key(win32::window_text(control(id)));
     };
-    choose_folder_tip_.attach(dialog, control(IDC_CHOOSE_FOLDER), caption(IDC_CHOOSE_FOLDER));
-    panel_menu_tip_.attach(dialog, control(IDC_PANEL_MENU), caption(IDC_PANEL_MENU));
-    history_tip_.attach(dialog, control(IDC_SHOW_HISTORY), caption(IDC_SHOW_HISTORY));
-    branch_tip_.attach(dialog, control(IDC_BRANCH), host::load_text(IDS_BRANCH_TIP));
-    pull_tip_.attach(dialog, control(IDC_PULL), {});
-    push_tip_.attach(dialog, control(IDC_PUSH), {});
+    tips_ = make_tooltip_window(dialog);
+    const auto attach_tip = [this](Tooltip& tip, int id, const std::wstring& text) {
+        tip.attach(tips_.get(), control(id), text);
+    };
+    attach_tip(choose_folder_tip_, IDC_CHOOSE_FOLDER, caption(IDC_CHOOSE_FOLDER));
+    attach_tip(panel_menu_tip_, IDC_PANEL_MENU, caption(IDC_PANEL_MENU));
+    attach_tip(history_tip_, IDC_SHOW_HISTORY, caption(IDC_SHOW_HISTORY));
+    attach_tip(branch_tip_, IDC_BRANCH, host::load_text(IDS_BRANCH_TIP));
+    attach_tip(pull_tip_, IDC_PULL, {});
+    attach_tip(push_tip_, IDC_PUSH, {});
 
     for (const int id : {IDC_STAGED_HEADING, IDC_CHANGES_HEADING}) {
         const HWND heading = control(id);
@@ -57,28 +60,23 @@ void PanelView::attach(HWND dialog, HWND frame)
         SetWindowLongPtrW(heading, GWL_STYLE, (style & ~LONG_PTR{SS_TYPEMASK}) | SS_OWNERDRAW);
     }
     SendMessageW(control(IDC_BRANCHES_HEADING), BM_SETSTYLE, BS_OWNERDRAW, TRUE);
-    make_lists_flat();
     renew_fonts();
+}
+
+void PanelView::show()
+{
+    is_shown_ = true;
+    // Nothing is drawn but all of it, at the end.
+    const RedrawPause pause(dialog_);
+    lay_out();
 }
 
 void PanelView::detach()
 {
+    // Until the dialog is made anew nothing is placed.
+    is_shown_ = false;
     drag_.reset();
     dialog_ = nullptr;
-}
-
-// The lists reach from edge to edge; a frame around each would only cost room.
-void PanelView::make_lists_flat() const
-{
-    for (const int id : LISTS) {
-        const HWND list = control(id);
-        SetWindowLongPtrW(list, GWL_STYLE,
-                          GetWindowLongPtrW(list, GWL_STYLE) & ~LONG_PTR{WS_BORDER});
-        SetWindowLongPtrW(list, GWL_EXSTYLE,
-                          GetWindowLongPtrW(list, GWL_EXSTYLE) & ~LONG_PTR{WS_EX_CLIENTEDGE});
-        SetWindowPos(list, nullptr, 0, 0, 0, 0,
-                     SWP_NOMOVE | SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE | SWP_FRAMECHANGED);
-    }
 }
 
 void PanelView::renew_fonts()
@@ -158,7 +156,7 @@ void PanelView::place(HDWP& places, int id, const RECT& area) const
 
 void PanelView::lay_out()
 {
-    if (dialog_ == nullptr)
+    if (!is_shown_)
         return;
     if (get_dpi(dialog_) != dpi_) {
         renew_fonts();

@@ -23,13 +23,16 @@ namespace revlane {
 
 class PanelView {
 public:
-    // Takes over the controls of the panel's dialog. `frame` is the editor's frame window, in whose
-    // settings the arrangement is kept.
+    // Takes over the controls of the panel's dialog, which its template leaves hidden. `frame` is the
+    // editor's frame window, in whose settings the arrangement is kept.
     void attach(HWND dialog, HWND frame);
+    // Shows the controls, each at its place. Until then nothing is placed: the editor sizes a new
+    // dialog more than once, and moving all of the controls each time is what takes longest.
+    void show();
     // The dialog goes; nothing of it is touched any more.
     void detach();
 
-    // Places everything for the dialog's present size and DPI.
+    // Places everything for the dialog's present size and DPI, once it is shown.
     void lay_out();
     // Fonts and sizes anew, after the DPI or the user's settings have changed.
     void renew_fonts();
@@ -69,7 +72,6 @@ private:
     void set_count(std::optional<std::size_t>& shown, std::optional<std::size_t> count, int id);
     void set_row_heights();
     void center_branch();
-    void make_lists_flat() const;
     bool begin_drag(POINT point);
     void drag(POINT point);
     void end_drag();
@@ -84,6 +86,7 @@ private:
     IconButton choose_folder_;
     IconButton panel_menu_;
     IconButton history_;
+    TooltipWindow tips_;
     Tooltip choose_folder_tip_;
     Tooltip panel_menu_tip_;
     Tooltip history_tip_;
@@ -93,6 +96,7 @@ private:
     std::wstring pull_text_;  // as the template has them
     std::wstring push_text_;
     std::wstring empty_text_;
+    bool is_shown_ = false;
     bool has_repository_ = false;
     PanelArrangement arrangement_;
     std::optional<std::size_t> staged_count_;

@@ -94,10 +94,12 @@ void ChangesSidebar::show_no_repository(const std::wstring& text)
 void ChangesSidebar::forget_repository()
 {
     ++repository_number_;
-    changes_.set_repository(nullptr);
-    staged_.set_repository(nullptr);
-    branch_.set_repository(nullptr);
-    branches_.set_repository(nullptr);
+    if (repository_) {
+        changes_.set_repository(nullptr);
+        staged_.set_repository(nullptr);
+        branch_.set_repository(nullptr);
+        branches_.set_repository(nullptr);
+    }
     shown_branch_.reset();
     win32::drain_owned<ChangesResult>(dialog_, WM_REVLANE_CHANGES);
     repository_.reset();

@@ -1,4 +1,5 @@
-// A tooltip of one control of a dialog. Window thread.
+// The tooltips of a dialog: one window that all of its controls share, and the text for each of them.
+// Window thread.
 #pragma once
 
 #include "win32/handle.h"
@@ -9,26 +10,26 @@
 
 namespace revlane {
 
+// Ends with its dialog or with its owner, whichever comes first.
+using TooltipWindow = win32::UniqueHandle<HWND, ::DestroyWindow>;
+
+TooltipWindow make_tooltip_window(HWND dialog);
+
+// What the tooltip window shows over one control.
 class Tooltip {
 public:
-    // The tooltip goes with the dialog or with this object, whichever comes first. An empty text
-    // shows nothing.
-    void attach(HWND dialog, HWND control, const std::wstring& text);
+    // `window` shows it as long as it lives. An empty text shows nothing.
+    void attach(HWND window, HWND control, const std::wstring& text);
     void set_text(const std::wstring& text);
     // Shows the text over a disabled control too, which gets no mouse messages of its own. To be
     // called again when the control has moved.
     void cover_disabled();
 
-    [[nodiscard]] HWND window() const noexcept { return window_.get(); }
-
 private:
-    using Window = win32::UniqueHandle<HWND, ::DestroyWindow>;
-
-    HWND dialog_ = nullptr;
+    HWND window_ = nullptr;
     HWND control_ = nullptr;
     std::wstring text_;
     bool covers_disabled_ = false;
-    Window window_;
 };
 
 }  // namespace revlane
