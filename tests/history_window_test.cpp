@@ -880,7 +880,7 @@ TEST_F(History, FollowsWhatHappensToTheRepository)
     EXPECT_EQ(text(IDC_HISTORY_TITLE), other.path().wstring() + L" - trunk");
 
     // It is deleted, and comes back.
-    other.git({"-c", "alias.away=!mv .git away", "away"});
+    other.script("mv .git away");
     PostMessageW(window_, WM_REVLANE_REFRESH_ALL, 0, 0);
     ASSERT_TRUE(wait([&] { return is_shown(IDC_HISTORY_EMPTY); }));
     EXPECT_EQ(text(IDC_HISTORY_EMPTY),

@@ -39,6 +39,9 @@ unsigned long count_start()
 int run_real_git()
 {
     const std::wstring program = variable(L"REVLANE_REAL_GIT");
+    // The runs of git that git itself starts are not ours to count.
+    const std::wstring folder = std::filesystem::path(program).parent_path();
+    SetEnvironmentVariableW(L"PATH", (folder + L';' + variable(L"PATH")).c_str());
     std::wstring line = GetCommandLineW();
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;

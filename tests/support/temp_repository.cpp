@@ -15,6 +15,7 @@
 #include <chrono>
 #include <cstdint>
 #include <fstream>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -223,7 +224,9 @@ private:
     std::vector<std::byte> memory_;
 };
 
-unsigned long run_process(std::wstring line, const fs::path& folder, HANDLE output, HANDLE errors)
+// Without a program, the first word of the line is looked for on the search path.
+unsigned long run_process(const std::optional<fs::path>& program, std::wstring line,
+                          const fs::path& folder, HANDLE output, HANDLE errors)
 {
     InheritedHandles inherited({output, errors});
     STARTUPINFOEXW startup{};
@@ -233,7 +236,7 @@ unsigned long run_process(std::wstring line, const fs::path& folder, HANDLE outp
     startup.StartupInfo.hStdError = errors;
     startup.lpAttributeList = inherited.get();
     PROCESS_INFORMATION started{};
-    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE,
+    if (!CreateProcessW(program ? program->c_str() : nullptr, line.data(), nullptr, nullptr, TRUE,
                         CREATE_NO_WINDOW | EXTENDED_STARTUPINFO_PRESENT, nullptr, folder.c_str(),
                         &startup.StartupInfo, &started))
         throw std::runtime_error(fmt::format("git cannot be started: error {}", GetLastError()));
@@ -248,6 +251,45 @@ unsigned long run_process(std::wstring line, const fs::path& folder, HANDLE outp
     DWORD exit_code = 0;
     GetExitCodeProcess(process.get(), &exit_code);
     return exit_code;
+}
+
+// The git that runs scripts, where the one on the search path has no shell. It is named in the
+// environment by whoever has put that one there.
+std::optional<fs::path> git_with_shell()
+{
+    const wchar_t* const name = L"REVLANE_GIT_WITH_SHELL";
+    std::wstring path(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
+    if (path.empty())
+        return std::nullopt;
+    path.resize(GetEnvironmentVariableW(name, path.data(), static_cast<DWORD>(path.size())));
+    return path;
+}
+
+GitRun run(const std::optional<fs::path>& program, const fs::path& folder,
+           const std::vector<std::string>& arguments)
+{
+    const std::wstring date = fmt::format(L"{} +0000", next_time());
+    SetEnvironmentVariableW(L"GIT_AUTHOR_DATE", date.c_str());
+    SetEnvironmentVariableW(L"GIT_COMMITTER_DATE", date.c_str());
+
+    const OutputFile output;
+    const OutputFile errors;
+    GitRun run{};
+    run.exit_code =
+        run_process(program, command_line(arguments), folder, output.handle(), errors.handle());
+    run.output = output.text();
+    run.errors = errors.text();
+    return run;
+}
+
+// What a run has printed, if it went well.
+std::string output_of(GitRun run, const std::vector<std::string>& arguments)
+{
+    if (run.exit_code != 0)
+        throw std::runtime_error(fmt::format("{}: exit code {}\n{}{}",
+                                             win32::to_utf8(command_line(arguments)), run.exit_code,
+                                             run.output, run.errors));
+    return std::move(run.output);
 }
 
 // One word of a shell script.
@@ -337,19 +379,14 @@ GitIsolation::~GitIsolation()
     git_libgit2_shutdown();
 }
 
+bool git_is_whole()
+{
+    return !git_with_shell();
+}
+
 GitRun run_git(const fs::path& folder, const std::vector<std::string>& arguments)
 {
-    const std::wstring date = fmt::format(L"{} +0000", next_time());
-    SetEnvironmentVariableW(L"GIT_AUTHOR_DATE", date.c_str());
-    SetEnvironmentVariableW(L"GIT_COMMITTER_DATE", date.c_str());
-
-    const OutputFile output;
-    const OutputFile errors;
-    GitRun run{};
-    run.exit_code = run_process(command_line(arguments), folder, output.handle(), errors.handle());
-    run.output = output.text();
-    run.errors = errors.text();
-    return run;
+    return run(std::nullopt, folder, arguments);
 }
 
 TempRepository::TempRepository(Kind kind) : TempRepository(std::make_shared<TempFolder>(), "work")
@@ -374,12 +411,7 @@ std::string TempRepository::path_text() const
 
 std::string TempRepository::git(const std::vector<std::string>& arguments) const
 {
-    GitRun run = run_git(path_, arguments);
-    if (run.exit_code != 0)
-        throw std::runtime_error(fmt::format("{}: exit code {}\n{}{}",
-                                             win32::to_utf8(command_line(arguments)), run.exit_code,
-                                             run.output, run.errors));
-    return std::move(run.output);
+    return output_of(run_git(path_, arguments), arguments);
 }
 
 std::string TempRepository::script(std::string_view lines) const
@@ -387,7 +419,9 @@ std::string TempRepository::script(std::string_view lines) const
     // Git hands an alias that begins with "!" to the shell that it brings along or finds.
     std::string text(script_prelude);
     const ScratchFile file(*folder_, text.append(lines) += '\n');
-    return git({"-c", "alias.run-script=!sh " + file.relative_path(), "run-script"});
+    const std::vector<std::string> arguments{"-c", "alias.run-script=!sh " + file.relative_path(),
+                                             "run-script"};
+    return output_of(run(git_with_shell(), path_, arguments), arguments);
 }
 
 void TempRepository::fast_import(std::string_view stream) const

@@ -57,6 +57,11 @@ struct GitRun {
 // in an argument is relative to `folder`. Each run gets a commit date an hour after the former one.
 GitRun run_git(const std::filesystem::path& folder, const std::vector<std::string>& arguments);
 
+// Whether the git that the code under test finds is a whole installation. The one that the tests can
+// be given instead is git.exe alone: it has no shell, so no hooks, filters, commands that are scripts
+// and remotes, and it knows no encoding but UTF-8. A test of these asks first.
+bool git_is_whole();
+
 // One entry of `git status`, the letters as git prints them.
 struct StatusEntry {
     char index;
