@@ -20,11 +20,8 @@ if(MINGW)
         /usr/share/common-licenses/GPL-3)
     revlane_append_terms("CC0-1.0, of tl expected" /usr/share/common-licenses/CC0-1.0)
 else()
-    foreach(port IN ITEMS bshoshany-thread-pool fmt libgit2 http-parser llhttp ms-gsl pcre2
-            tl-expected zlib)
-        if(EXISTS "${REVLANE_LICENCES}/${port}/copyright")
-            revlane_append_terms("${port}" "${REVLANE_LICENCES}/${port}/copyright")
-        endif()
+    foreach(port IN ITEMS bshoshany-thread-pool fmt libgit2 ms-gsl tl-expected)
+        revlane_append_terms("${port}" "${REVLANE_LICENCES}/${port}/copyright")
     endforeach()
 endif()
 

@@ -4,6 +4,7 @@
 Prints one line for each fault and ends with 1 if there is one.
 """
 
+import json
 import re
 import subprocess
 import sys
@@ -144,6 +145,18 @@ def check_library():
             fault("dist/Revlane.dll", f"needs {name}, which is not a library of Windows")
 
 
+def check_port():
+    """vcpkg's port of libgit2 has the version that the cross build links: the patches are for it."""
+    header = ROOT / "build" / "mingw" / "prefix" / "git2" / "version.h"
+    if not header.exists():
+        return
+    built = re.search(r'LIBGIT2_VERSION\s+"(.+)"', header.read_text(encoding="utf-8")).group(1)
+    port = ROOT / "tools" / "dependencies" / "patches" / "vcpkg.json"
+    version = json.loads(port.read_text(encoding="utf-8"))["version"]
+    if version != built:
+        fault(port.relative_to(ROOT), f"is libgit2 {version}, and {built} is what is linked here")
+
+
 def main():
     # Files that git would take in count as well, so that a fault shows before it is committed.
     listed = git("ls-files", "-z", "--cached", "--others", "--exclude-standard").split("\0")
@@ -172,6 +185,7 @@ def main():
         check_words(f"commit {commit[:10]}", message, in_message=True)
 
     check_library()
+    check_port()
     return 1 if faults else 0
 
 
