@@ -220,6 +220,39 @@ done
     }
 }
 
+// Packed as differences from one another, longer than what is inflated in one piece, with three
+// parents, with two authors, and cut off where a shallow clone ends.
+TEST(HistoryModel, AWalkReadsEveryFormOfCommitThatGitReads)
+{
+    const TempRepository temporary;
+    temporary.script(R"sh(
+long=$(seq -s ' ' 1 2000)
+for i in 1 2 3 4 5 6 7 8 9; do commit "$i $long" --allow-empty; done
+for side in a b; do
+    git checkout -q -b "$side" main~3
+    commit "$side" --allow-empty
+done
+git checkout -q main
+tree=$(git rev-parse main^{tree})
+id=$(git commit-tree -m octopus -p main -p a -p b "$tree")
+id=$(git cat-file commit "$id" | sed "s/^author \(.*\)/author No Time\nauthor \1/" |
+    git hash-object -t commit -w --stdin --literally)
+git update-ref refs/heads/main "$(git commit-tree -m last -p "$id" "$tree")"
+git repack -q -a -d -f
+)sh");
+    const auto check = [&temporary](const std::string& state) {
+        const auto repository = temporary.open();
+        const auto ids = walk_all(repository.get(), oid(temporary.id_of("main")));
+        std::string walked;
+        for (const git_oid& id : *ids)
+            walked += digits(id) + "\n";
+        EXPECT_EQ(walked, temporary.git({"rev-list", "main"})) << state;
+    };
+    check("whole");
+    temporary.script("git rev-parse main~4 > .git/shallow");
+    check("shallow");
+}
+
 TEST(HistoryModel, AnUnknownStartIsAFailureWithLibgit2sWords)
 {
     const TempRepository temporary;
