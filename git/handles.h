@@ -22,6 +22,7 @@ using Owned = std::unique_ptr<T, Deleter<free_function>>;
 
 using Reference = Owned<git_reference, git_reference_free>;
 using BranchIterator = Owned<git_branch_iterator, git_branch_iterator_free>;
+using ReferenceIterator = Owned<git_reference_iterator, git_reference_iterator_free>;
 using Commit = Owned<git_commit, git_commit_free>;
 using Tree = Owned<git_tree, git_tree_free>;
 using TreeEntry = Owned<git_tree_entry, git_tree_entry_free>;

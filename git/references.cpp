@@ -1,7 +1,6 @@
 #include "git/references.h"
 
 #include <array>
-#include <new>
 #include <utility>
 
 namespace git {
@@ -24,36 +23,22 @@ IdText format_oid(const git_oid& id)
     return text;
 }
 
-// What collect_tag fills.
-struct TagCollection {
-    git_repository* repository;
-    TagMap tags;
-};
-
-// Called by git_tag_foreach with each tag's full name and the id that it refers to.
-int collect_tag(const char* name, git_oid* id, void* payload) noexcept
+// Adds a tag, given by its full name and the id that it refers to.
+Result<void> collect_tag(git_repository* repository, std::string_view full_name, const git_oid& id,
+                         TagMap& tags)
 {
-    const std::string_view full_name = name;
-    if (!full_name.starts_with(tag_prefix))
-        return 0;
-    auto& collection = *static_cast<TagCollection*>(payload);
-    git_oid commit = *id;
+    git_oid commit = id;
     git_tag* found = nullptr;
-    const int code = git_tag_lookup(&found, collection.repository, id);
+    const int code = git_tag_lookup(&found, repository, &id);
     if (code == 0) {
         const Tag tag(found);
         commit = *git_tag_target_id(tag.get());
     } else if (code != GIT_ENOTFOUND) {
         // Not found means that the object is no tag object: a lightweight tag, on `id` itself.
-        return code;
+        return tl::unexpected(error_from_libgit2());
     }
-    // No exception may pass through libgit2.
-    try {
-        collection.tags[commit].emplace_back(full_name.substr(tag_prefix.size()));
-    } catch (const std::bad_alloc&) {
-        return GIT_ERROR;
-    }
-    return 0;
+    tags[commit].emplace_back(full_name.substr(tag_prefix.size()));
+    return {};
 }
 
 // The commit that a tag marks. Nothing when it marks something else: a list of commits has no row
@@ -179,12 +164,33 @@ Result<std::vector<git_oid>> tag_targets_matching(git_repository* repository, st
     return targets;
 }
 
+// Not by git_tag_foreach: that looks each tag up by its name again, one file after the other, although
+// the references were read to find the names.
 Result<TagMap> tag_map(git_repository* repository)
 {
-    TagCollection collection{repository, {}};
-    if (git_tag_foreach(repository, collect_tag, &collection) != 0)
+    git_reference_iterator* created = nullptr;
+    if (git_reference_iterator_glob_new(&created, repository, "refs/tags/*") != 0)
         return tl::unexpected(error_from_libgit2());
-    return std::move(collection.tags);
+    const ReferenceIterator iterator(created);
+    TagMap tags;
+    for (;;) {
+        git_reference* next = nullptr;
+        const int code = git_reference_next(&next, iterator.get());
+        if (code == GIT_ITEROVER)
+            return tags;
+        if (code != 0)
+            return tl::unexpected(error_from_libgit2());
+        const Reference tag(next);
+        // A tag that refers to another reference has no id of its own.
+        const git_oid* own = git_reference_target(next);
+        const Result<git_oid> target =
+            own != nullptr ? Result<git_oid>(*own) : reference_target(next);
+        if (!target)
+            return tl::unexpected(target.error());
+        Result<void> collected = collect_tag(repository, git_reference_name(next), *target, tags);
+        if (!collected)
+            return tl::unexpected(std::move(collected.error()));
+    }
 }
 
 std::optional<git_oid> optional_oid(const git_oid& id) noexcept
