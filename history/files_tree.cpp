@@ -35,11 +35,16 @@ bool is_folder(const git::NamedEntry& entry)
 void FilesTree::init(HWND tree)
 {
     tree_ = tree;
+}
+
+void FilesTree::load_images()
+{
     HIMAGELIST images = nullptr;
     std::tie(folder_image_, images) = system_image(FILE_ATTRIBUTE_DIRECTORY);
     file_image_ = system_image(FILE_ATTRIBUTE_NORMAL).first;
     // The list is the system's own and lives as long as the process.
     TreeView_SetImageList(tree_, images, TVSIL_NORMAL);
+    has_images_ = true;
 }
 
 void FilesTree::clear()
@@ -56,6 +61,9 @@ void FilesTree::show(std::shared_ptr<git_repository> repository, const git_commi
     if (!tree)
         return;
     repository_ = std::move(repository);
+    // The system takes long to find its first image: the commits are on view by now.
+    if (!has_images_)
+        load_images();
     insert_level(TVI_ROOT, L"", tree->get());
 }
 

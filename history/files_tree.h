@@ -19,7 +19,7 @@ namespace revlane {
 
 class FilesTree {
 public:
-    // Binds to the tree view and gives it the system's images of files and folders.
+    // Binds to the tree view. It gets the system's images of files and folders with the first commit.
     void init(HWND tree);
 
     // Empties the tree view.
@@ -48,10 +48,12 @@ private:
         bool is_read;  // a folder whose contents stand below it already
     };
 
+    void load_images();
     void insert_level(HTREEITEM parent, const std::wstring& folder, const git_tree* tree);
     [[nodiscard]] std::optional<std::size_t> entry_of(HTREEITEM item) const;
 
     HWND tree_ = nullptr;
+    bool has_images_ = false;
     int folder_image_ = 0;
     int file_image_ = 0;
     std::shared_ptr<git_repository> repository_;  // of the commit

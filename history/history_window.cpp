@@ -13,6 +13,7 @@
 #include "git/references.h"
 #include "history/commit_changes.h"
 #include "history/commit_details.h"
+#include "history/control_placement.h"
 #include "history/files_tree.h"
 #include "history/filter_dialog.h"
 #include "history/history_layout.h"
@@ -97,6 +98,8 @@ private:
     void open_repository(const std::filesystem::path& path);
     void close_repository();
     void reload();
+    void read_repository();
+    const ReferenceMap& references();
     void fill_branches();
     void set_revision(std::string name);
     void show_start(bool anew, bool again = false);
@@ -114,6 +117,7 @@ private:
     void show_error(const git::Error& error) const;
 
     void lay_out();
+    void draw_list() const;
     void set_text(int id, const std::wstring& text) const;
     void update_state();
     [[nodiscard]] std::wstring empty_text() const;
@@ -135,9 +139,9 @@ private:
     BS::thread_pool<> filter_pool_{1};
     BS::thread_pool<> command_pool_{1};
     std::optional<git::Repository> repository_;
-    git::Reference current_;      // whose commits are shown; null: an unborn HEAD
-    std::wstring unborn_branch_;  // that HEAD is on
-    ReferenceMap references_;
+    git::Reference current_;                  // whose commits are shown; null: an unborn HEAD
+    std::wstring unborn_branch_;              // that HEAD is on
+    std::optional<ReferenceMap> references_;  // read when the first details need it
     BranchesDropdown branches_;
     RevlaneList list_;
     FilesTree files_;
@@ -146,6 +150,7 @@ private:
     std::wstring file_path_;  // whose history is shown; empty: none
     std::wstring in_force_;   // what the filter in force looks for, for people
     HistoryLayout layout_{};
+    ControlPlacement placement_;
     int splitter_ = 0;
 };
 
@@ -274,14 +279,20 @@ LRESULT HistoryWindow::on_init(HWND dialog)
                  static_cast<LPARAM>(EDIT_ALLOW_ALL_LINE_ENDS));
     files_.init(item(IDC_FILES_TREE));
     branches_.attach(dialog, item(IDC_HISTORY_BRANCH));
+    list_.init(dialog);
+    // First, so that the controls are laid out once, for what they are to show.
+    read_repository();
     const RECT& window = placement.window;
     SetWindowPos(dialog, nullptr, window.left, window.top, window.right - window.left,
                  window.bottom - window.top, SWP_NOZORDER | SWP_NOACTIVATE);
-    list_.init(dialog);
+    // Filled before it is shown: the commits are counted while it is drawn. An error box may stand in
+    // between, during which the window may go.
+    show_start(true);
+    if (!IsWindow(dialog))
+        return FALSE;
     ShowWindow(dialog, placement.is_maximized ? SW_SHOWMAXIMIZED : SW_SHOW);
     SetFocus(list_.window());
-    // Last, since it may show an error box, during which the window may go. The focus is set.
-    open_repository(path_);
+    draw_list();
     return FALSE;
 }
 
@@ -305,7 +316,7 @@ void HistoryWindow::close_repository()
 {
     branches_.set_repository(nullptr);
     current_.reset();
-    references_.clear();
+    references_.reset();
     unborn_branch_.clear();
     clear_details();
     repository_.reset();
@@ -314,20 +325,23 @@ void HistoryWindow::close_repository()
 void HistoryWindow::reload()
 {
     const bool had_repository = repository_.has_value();
+    read_repository();
+    show_start(!had_repository || !repository_);
+}
+
+// Opens the repository anew, and reads what does not depend on the commits that are shown.
+void HistoryWindow::read_repository()
+{
     branches_.set_repository(nullptr);
     current_.reset();
-    references_.clear();
+    references_.reset();
     git::Result<git::Repository> opened = git::open_repository(path_);
     if (!opened) {
         close_repository();
-        show_start(true);
         return;
     }
     repository_ = std::move(*opened);
-    if (git::Result<ReferenceMap> references = read_reference_map(repository_->handle.get()))
-        references_ = std::move(*references);
     fill_branches();
-    show_start(!had_repository);
 }
 
 void HistoryWindow::fill_branches()
@@ -403,6 +417,13 @@ void HistoryWindow::show_start(bool anew, bool again)
         return;
     lay_out();
     update_state();
+    draw_list();
+}
+
+// At once, before the details of the first commit are read, which its selection has asked for already.
+void HistoryWindow::draw_list() const
+{
+    UpdateWindow(list_.window());
 }
 
 bool HistoryWindow::has_search() const
@@ -587,11 +608,19 @@ void HistoryWindow::clear_details()
 void HistoryWindow::show_details(const git::Commit& commit)
 {
     const git_oid& id = *git_commit_id(commit.get());
-    set_text(IDC_COMMIT_DETAILS, commit_details_text(commit.get(), references_,
+    set_text(IDC_COMMIT_DETAILS, commit_details_text(commit.get(), references(),
                                                      host::load_text(IDS_REFERENCES_HEADING)));
     if (!shown_commit_ || !git_oid_equal(&*shown_commit_, &id))
         files_.show(repository_->handle, commit.get());
     shown_commit_ = id;
+}
+
+// The list of commits is drawn before the references are read, which takes as long for many of them.
+const ReferenceMap& HistoryWindow::references()
+{
+    if (!references_)
+        references_ = read_reference_map(repository_->handle.get()).value_or(ReferenceMap{});
+    return *references_;
 }
 
 void HistoryWindow::show_changes(const git::Result<std::vector<git::FileChange>>& changes,
@@ -752,11 +781,7 @@ void HistoryWindow::lay_out()
                                .has_filter = has_filter,
                                .splitter = splitter_});
     const bool is_empty = current_ == nullptr;
-    struct Part {
-        int id;
-        const RECT& area;
-        bool is_shown;
-    };
+    using Part = ControlPlacement::Part;
     const std::array parts{Part{IDC_HISTORY_TITLE, layout_.title, true},
                            Part{IDC_HISTORY_BRANCH, layout_.branch, repository_.has_value()},
                            Part{IDC_FILTER, layout_.filter, !is_empty},
@@ -767,15 +792,7 @@ void HistoryWindow::lay_out()
                            Part{IDC_FILES_TREE, layout_.files, !is_empty},
                            Part{IDC_COMPARE_WITH_PARENT, layout_.compare, !is_empty},
                            Part{IDC_HISTORY_EMPTY, layout_.empty, is_empty}};
-    HDWP moves = BeginDeferWindowPos(static_cast<int>(parts.size()));
-    for (const Part& part : parts) {
-        const RECT& area = part.area;
-        moves = DeferWindowPos(moves, item(part.id), nullptr, area.left, area.top,
-                               area.right - area.left, area.bottom - area.top,
-                               SWP_NOZORDER | SWP_NOACTIVATE |
-                                   (part.is_shown ? SWP_SHOWWINDOW : SWP_HIDEWINDOW));
-    }
-    EndDeferWindowPos(moves);
+    placement_.apply(dialog_, parts);
 }
 
 // Leaves a text alone that stands there already: setting it again would flicker and scroll.

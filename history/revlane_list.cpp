@@ -134,6 +134,16 @@ void RevlaneList::init(HWND host)
     subclass_ = std::make_unique<win32::Subclass>(
         list_, [this](const win32::Message& message) { return handle(message); });
     ListView_SetExtendedListViewStyle(list_, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER);
+    {
+        const RedrawPause pause(list_);
+        insert_columns();
+    }
+    refresh();
+    PostMessageW(list_, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(list_), TRUE);
+}
+
+void RevlaneList::insert_columns()
+{
     for (std::size_t i = 0; i < COLUMN_TITLES.size(); ++i) {
         std::wstring title = host::load_text(COLUMN_TITLES[i]);
         LVCOLUMNW column{};
@@ -142,8 +152,6 @@ void RevlaneList::init(HWND host)
         SendMessageW(list_, LVM_INSERTCOLUMNW, i, reinterpret_cast<LPARAM>(&column));
     }
     fit_columns();
-    refresh();
-    PostMessageW(list_, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(list_), TRUE);
 }
 
 void RevlaneList::set_repository(std::optional<git::Repository> repository)

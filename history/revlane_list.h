@@ -121,6 +121,7 @@ private:
     void post_filtered(FilterResult result);
     void cancel_count();
     void cancel_filter();
+    void insert_columns();
     void fit_columns();
     void select_rows(const std::vector<std::size_t>& rows);
     [[nodiscard]] std::vector<const git::CommitRow*> built_selection() const;

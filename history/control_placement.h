@@ -1,0 +1,28 @@
+// Brings the controls of a dialog to where a layout wants them. Window thread; lives with the dialog.
+#pragma once
+
+#include <windows.h>
+
+#include <span>
+#include <vector>
+
+namespace revlane {
+
+class ControlPlacement {
+public:
+    struct Part {
+        int id;
+        RECT area;  // client coordinates of the dialog
+        bool is_shown;
+    };
+
+    // Moves, shows and hides the controls, all in one go. Those that this brought to the same place
+    // before are left alone: each that is moved is drawn anew, even if it stays where it is. Nobody
+    // else moves them.
+    void apply(HWND dialog, std::span<const Part> parts);
+
+private:
+    std::vector<Part> placed_;
+};
+
+}  // namespace revlane
