@@ -89,6 +89,7 @@ std::vector<Group> groups()
 void measure(const Options& options)
 {
     support::EditorDriver driver(support::delivered_plugin());
+    bench::watch_list_views();
     bench::Watch watch(driver);
     bench::Table table(bench::memory_in_use());
     const bench::Stage stage{driver, watch, table, options.repositories};

@@ -30,6 +30,9 @@ struct Stage {
     [[nodiscard]] int rows(int list) const;
 };
 
+// To be called once, before the panel is made: notes from then on when a list view has been filled.
+void watch_list_views();
+
 using Run = std::function<void()>;
 
 Run panel_opening(const Stage& stage);
