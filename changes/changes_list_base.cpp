@@ -117,6 +117,8 @@ void ChangesListBase::set_changes(Rows changes)
     is_filled_ = true;
 
     const RedrawPause pause(list_);
+    // Put on again before the control is drawn, when it may change its size.
+    const win32::Subclass::Pause unwatched(subclass_);
     SendMessageW(list_, LVM_DELETEALLITEMS, 0, 0);
     SendMessageW(list_, LVM_SETITEMCOUNT, texts.size(), 0);
     for (std::size_t i = 0; i < texts.size(); ++i) {
@@ -163,6 +165,7 @@ void ChangesListBase::copy_selected() const
 void ChangesListBase::select_all()
 {
     const RedrawPause pause(list_);
+    const win32::Subclass::Pause unwatched(subclass_);
     const auto count = static_cast<int>(SendMessageW(list_, LVM_GETITEMCOUNT, 0, 0));
     for (int row = 0; row < count; ++row) {
         LVITEMW item{};
@@ -287,7 +290,10 @@ ChangesListBase::View ChangesListBase::view() const
     View shown;
     // While the control is emptied it may still have rows that the vector has no longer.
     const auto is_gone = [this](std::size_t row) { return row >= changes_.size(); };
-    shown.selected = selected_rows(list_);
+    {
+        const win32::Subclass::Pause unwatched(subclass_);
+        shown.selected = selected_rows(list_);
+    }
     std::erase_if(shown.selected, is_gone);
     shown.focused = focused_row(list_);
     if (shown.focused && is_gone(*shown.focused))
@@ -301,6 +307,7 @@ void ChangesListBase::restore(const View& view, const Rows& former)
     const RowsByPath rows(changes_);
     {
         const RedrawPause pause(list_);
+        const win32::Subclass::Pause unwatched(subclass_);
         for (const std::size_t selected : view.selected)
             if (const auto row = rows.find(former[selected]))
                 add_row_state(list_, *row, LVIS_SELECTED);

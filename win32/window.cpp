@@ -29,13 +29,37 @@ bool answers_by_return_value(UINT message) noexcept
 Subclass::Subclass(HWND control, Handler handler, UINT_PTR id)
     : control_(control), id_(id), handler_(std::move(handler))
 {
-    SetWindowSubclass(control_, procedure, id_, reinterpret_cast<DWORD_PTR>(this));
+    put_on();
 }
 
 Subclass::~Subclass()
 {
+    take_off();
+}
+
+void Subclass::put_on() const noexcept
+{
+    if (control_ != nullptr)
+        SetWindowSubclass(control_, procedure, id_, reinterpret_cast<DWORD_PTR>(this));
+}
+
+void Subclass::take_off() const noexcept
+{
     if (control_ != nullptr)
         RemoveWindowSubclass(control_, procedure, id_);
+}
+
+Subclass::Pause::Pause(const std::optional<Subclass>& subclass) noexcept
+    : subclass_(subclass ? &*subclass : nullptr)
+{
+    if (subclass_ != nullptr)
+        subclass_->take_off();
+}
+
+Subclass::Pause::~Pause()
+{
+    if (subclass_ != nullptr)
+        subclass_->put_on();
 }
 
 LRESULT CALLBACK Subclass::procedure(HWND window, UINT id, WPARAM wparam, LPARAM lparam,

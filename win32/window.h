@@ -131,7 +131,24 @@ public:
     // Null once the control is gone.
     [[nodiscard]] HWND control() const noexcept { return control_; }
 
+    // Takes the subclass off its control for as long as the object lives, to send the control messages
+    // by the thousand in which the handler has no say: the common controls look a property of the
+    // window up for each message and each subclass, which costs more than most messages themselves.
+    // The subclass must outlive it; without one it does nothing.
+    class Pause {
+    public:
+        explicit Pause(const std::optional<Subclass>& subclass) noexcept;
+        ~Pause();
+        Pause(const Pause&) = delete;
+        Pause& operator=(const Pause&) = delete;
+
+    private:
+        const Subclass* subclass_;
+    };
+
 private:
+    void put_on() const noexcept;
+    void take_off() const noexcept;
     static LRESULT CALLBACK procedure(HWND, UINT, WPARAM, LPARAM, UINT_PTR, DWORD_PTR) noexcept;
 
     HWND control_;
