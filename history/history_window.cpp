@@ -117,7 +117,6 @@ private:
     void show_error(const git::Error& error) const;
 
     void lay_out();
-    void draw_list() const;
     void set_text(int id, const std::wstring& text) const;
     void update_state();
     [[nodiscard]] std::wstring empty_text() const;
@@ -292,7 +291,7 @@ LRESULT HistoryWindow::on_init(HWND dialog)
         return FALSE;
     ShowWindow(dialog, placement.is_maximized ? SW_SHOWMAXIMIZED : SW_SHOW);
     SetFocus(list_.window());
-    draw_list();
+    list_.draw();
     return FALSE;
 }
 
@@ -417,13 +416,6 @@ void HistoryWindow::show_start(bool anew, bool again)
         return;
     lay_out();
     update_state();
-    draw_list();
-}
-
-// At once, before the details of the first commit are read, which its selection has asked for already.
-void HistoryWindow::draw_list() const
-{
-    UpdateWindow(list_.window());
 }
 
 bool HistoryWindow::has_search() const

@@ -180,11 +180,18 @@ void RevlaneList::refresh()
         SendMessageW(list_, LVM_DELETEALLITEMS, 0, 0);
         return fill();
     }();
+    if (filled)
+        draw();
     // Last, since anything may be gone once a box is closed.
     if (!filled)
         win32::show_error(list_, git::to_wide(filled.error()));
     else if (*filled)
         count_revisions();
+}
+
+void RevlaneList::draw() const
+{
+    UpdateWindow(list_);
 }
 
 git::Result<bool> RevlaneList::fill()

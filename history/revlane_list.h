@@ -55,6 +55,9 @@ public:
 
     // Fills the list anew from the start commit, or from the ids of the filter in force.
     void refresh();
+    // Draws what is to be drawn at once: before the details of the selected commit are read, for which
+    // the host has been asked already. A refresh does so by itself, but not while the host is hidden.
+    void draw() const;
     // Applies a filter to what `revision` (a reference name) reaches; an empty text clears it.
     void filter(const std::wstring& revision, const Filter::State& state);
     // Back to the unfiltered list; a search that runs is ended.
