@@ -7,7 +7,6 @@
 #include "changes/texts.h"
 #include "git/commands.h"
 #include "git/references.h"
-#include "history/file_walk.h"
 #include "history/history_layout.h"
 #include "history/revision_walk.h"
 #include "plugin/host/editor.h"
@@ -62,30 +61,6 @@ int text_width(HWND list, const wchar_t* text)
         SendMessageW(list, LVM_GETSTRINGWIDTHW, 0, reinterpret_cast<LPARAM>(text)));
 }
 
-// The commits that changed a file, each once. On a background thread.
-FilterResult read_file_history(const std::filesystem::path& workdir, git::Git& git,
-                               const git_oid& start, const std::wstring& path,
-                               const Cancellation& cancel)
-{
-    const git::LibraryScope library;
-    if (!git::is_git_available()) {
-        const git::Result<git::Repository> repository = git::open_repository(workdir);
-        if (!repository)
-            return tl::unexpected(repository.error());
-        return walk_file_history(repository->handle.get(), start, path,
-                                 [&cancel] { return cancel.is_cancelled(); });
-    }
-    FilterResult found = git::file_history({workdir, git}, start, path);
-    // Git names a merge once for each parent that the file differs from.
-    if (found)
-        found->erase(std::unique(found->begin(), found->end(),
-                                 [](const git_oid& left, const git_oid& right) {
-                                     return git_oid_equal(&left, &right) != 0;
-                                 }),
-                     found->end());
-    return found;
-}
-
 // What a command task needs, copied for it.
 struct CommandTask {
     HWND host;
@@ -115,16 +90,9 @@ struct CommandTask {
 
 RevlaneList::RevlaneList(HWND frame, std::shared_ptr<git::Git> commands,
                          std::shared_ptr<git::Git> filters, Pools pools)
-    : frame_(frame), commands_(std::move(commands)), filters_(std::move(filters)),
-      model_(std::make_shared<RevListWithFilter>()), count_slot_(pools.count),
-      filter_slot_(pools.filter), command_slot_(pools.command)
+    : frame_(frame), commands_(std::move(commands)), model_(std::make_shared<RevListWithFilter>()),
+      count_(pools.count), search_(pools.filter, std::move(filters)), command_slot_(pools.command)
 {
-}
-
-RevlaneList::~RevlaneList()
-{
-    cancel_count();
-    cancel_filter();
 }
 
 void RevlaneList::init(HWND host)
@@ -232,41 +200,19 @@ void RevlaneList::count_revisions()
         win32::show_error(list_, git::to_wide(opened.error()));
         return;
     }
-    count_cancel_ = std::make_shared<Cancellation>();
-    counted_ = std::make_shared<std::vector<git_oid>>();
-    count_slot_.submit([list = list_, repository = std::move(*opened), start = *start_,
-                        counted = counted_, cancel = count_cancel_] {
-        const git::LibraryScope library;
-        git::Result<std::vector<git_oid>> walked =
-            walk_all(repository.handle.get(), start, [&cancel] { return cancel->is_cancelled(); });
-        // The list looks at the ids only once the count has arrived.
-        if (walked)
-            *counted = std::move(*walked);
-        cancel->post(list, WM_REVLANE_COUNT,
-                     std::make_unique<CountResult>(
-                         walked ? CountResult(static_cast<std::uint32_t>(counted->size()))
-                                : CountResult(tl::unexpected(std::move(walked.error())))));
-    });
+    count_.start(list_, std::move(*opened), *start_);
 }
 
 void RevlaneList::cancel_count()
 {
-    count_slot_.cancel();
     wanted_.reset();
-    if (count_cancel_ == nullptr)
-        return;
-    count_cancel_->cancel();
-    count_cancel_.reset();
-    counted_.reset();
-    // An answer that came in meanwhile is about another list.
-    win32::drain_owned<CountResult>(list_, WM_REVLANE_COUNT);
+    count_.cancel();
 }
 
 void RevlaneList::on_count(WPARAM wparam)
 {
     const auto result = win32::take_owned<CountResult>(wparam);
-    count_cancel_.reset();
-    const auto counted = std::exchange(counted_, nullptr);
+    const auto counted = count_.finish();
     if (result == nullptr || counted == nullptr)
         return;
     PostMessageW(host_, WM_SIZE, 0, 0);
@@ -292,7 +238,7 @@ void RevlaneList::on_count(WPARAM wparam)
 
 bool RevlaneList::is_counting() const noexcept
 {
-    return count_cancel_ != nullptr && item_count() >= static_cast<int>(QUICK_COUNT);
+    return count_.is_running() && item_count() >= static_cast<int>(QUICK_COUNT);
 }
 
 void RevlaneList::filter(const std::wstring& revision, const Filter::State& state)
@@ -302,7 +248,7 @@ void RevlaneList::filter(const std::wstring& revision, const Filter::State& stat
         refresh();
         return;
     }
-    cancel_filter();
+    search_.cancel();
     is_filter_current_ = false;
     if (!repository_)
         return;
@@ -316,7 +262,8 @@ void RevlaneList::filter(const std::wstring& revision, const Filter::State& stat
         break;
     case Filter::Kind::Message:
     case Filter::Kind::Author:
-        filter_by_log(revision, state);
+        search_.by_log(list_, repository_->path, revision, state);
+        PostMessageW(list_, WM_SETCURSOR, 0, 0);
         break;
     }
 }
@@ -341,39 +288,14 @@ void RevlaneList::filter_by_id(const std::wstring& text)
         win32::show_error(list_, git::to_wide(git::error_from_libgit2()));
 }
 
-void RevlaneList::filter_by_log(const std::wstring& revision, const Filter::State& state)
-{
-    begin_search();
-    filter_slot_.submit([list = list_, git = filters_, path = repository_->path, state, revision,
-                         cancel = filter_cancel_] {
-        const git::CommandContext context{path, *git};
-        FilterResult result = state.kind == Filter::Kind::Message
-                                  ? git::commits_by_message(context, state.text, revision)
-                                  : git::commits_by_author(context, state.text, revision);
-        cancel->post(list, WM_REVLANE_FILTERED, std::make_unique<FilterResult>(std::move(result)));
-    });
-    PostMessageW(list_, WM_SETCURSOR, 0, 0);
-}
-
 void RevlaneList::show_file_history(const std::wstring& path)
 {
-    cancel_filter();
+    search_.cancel();
     is_filter_current_ = false;
     if (!repository_ || !start_)
         return;
-    begin_search();
-    filter_slot_.submit([list = list_, git = filters_, workdir = repository_->path, start = *start_,
-                         path, cancel = filter_cancel_] {
-        FilterResult result = read_file_history(workdir, *git, start, path, *cancel);
-        cancel->post(list, WM_REVLANE_FILTERED, std::make_unique<FilterResult>(std::move(result)));
-    });
+    search_.by_file(list_, repository_->path, *start_, path);
     PostMessageW(list_, WM_SETCURSOR, 0, 0);
-}
-
-void RevlaneList::begin_search()
-{
-    filter_cancel_ = std::make_shared<Cancellation>();
-    is_filtering_ = true;
 }
 
 void RevlaneList::post_filtered(FilterResult result)
@@ -382,21 +304,9 @@ void RevlaneList::post_filtered(FilterResult result)
                       std::make_unique<FilterResult>(std::move(result)));
 }
 
-void RevlaneList::cancel_filter()
-{
-    filter_slot_.cancel();
-    is_filtering_ = false;
-    if (filter_cancel_ == nullptr)
-        return;
-    filter_cancel_->cancel();
-    filter_cancel_.reset();
-    // A search through a long history may still run: the next one would wait behind it.
-    filters_->cancel();
-}
-
 void RevlaneList::clear_filter()
 {
-    cancel_filter();
+    search_.cancel();
     // What has been posted meanwhile would put the filter in force again.
     win32::drain_owned<FilterResult>(list_, WM_REVLANE_FILTERED);
     model_->clear_filter();
@@ -407,7 +317,7 @@ void RevlaneList::on_filtered(WPARAM wparam)
 {
     const auto result = win32::take_owned<FilterResult>(wparam);
     PostMessageW(list_, WM_SETCURSOR, 0, 0);
-    is_filtering_ = false;
+    search_.finish();
     if (result == nullptr || !repository_)
         return;
     // The host says that the search has ended, and how.
@@ -452,7 +362,7 @@ int RevlaneList::item_count() const noexcept
 
 bool RevlaneList::is_busy() const noexcept
 {
-    return filter_slot_.busy() || command_slot_.busy();
+    return search_.is_busy() || command_slot_.busy();
 }
 
 std::vector<const git::CommitRow*> RevlaneList::built_selection() const

@@ -3,9 +3,10 @@
 // its posted messages; it ends with the host window.
 #pragma once
 
-#include "changes/cancellation.h"
 #include "changes/messages.h"
 #include "git/git.h"
+#include "history/commit_count.h"
+#include "history/commit_search.h"
 #include "history/filter.h"
 #include "history/rev_list_with_filter.h"
 #include "win32/task_slot.h"
@@ -38,10 +39,6 @@ public:
     // nobody waits for any more is ended through it. Both are shut down by the host window.
     RevlaneList(HWND frame, std::shared_ptr<git::Git> commands, std::shared_ptr<git::Git> filters,
                 Pools pools);
-    ~RevlaneList();
-    RevlaneList(const RevlaneList&) = delete;
-    RevlaneList& operator=(const RevlaneList&) = delete;
-
     // Binds to the list view of the host window. Once, at WM_INITDIALOG.
     void init(HWND host);
 
@@ -87,7 +84,7 @@ public:
     // Whether the number of rows is still the quick count, with more to come.
     [[nodiscard]] bool is_counting() const noexcept;
     // Whether the answer of a search is still to come.
-    [[nodiscard]] bool is_filtering() const noexcept { return is_filtering_; }
+    [[nodiscard]] bool is_filtering() const noexcept { return search_.is_running(); }
     [[nodiscard]] bool has_filter() const noexcept { return model_->has_filter(); }
     // Whether the filter in force is the one that was asked for last: not before its search has
     // ended, and not when that has failed.
@@ -118,12 +115,9 @@ private:
 
     // What comes of filling the list: whether the rows beyond it are to be counted.
     git::Result<bool> fill();
-    void begin_search();
     void filter_by_id(const std::wstring& text);
-    void filter_by_log(const std::wstring& revision, const Filter::State& state);
     void post_filtered(FilterResult result);
     void cancel_count();
-    void cancel_filter();
     void insert_columns();
     void fit_columns();
     void select_rows(const std::vector<std::size_t>& rows);
@@ -133,18 +127,13 @@ private:
     HWND host_ = nullptr;
     HWND frame_;
     std::shared_ptr<git::Git> commands_;
-    std::shared_ptr<git::Git> filters_;
     std::optional<git::Repository> repository_;
     std::shared_ptr<RevListWithFilter> model_;
     std::optional<git_oid> start_;
     std::optional<git_oid> wanted_;  // to be selected once the count has arrived
-    bool is_filtering_ = false;
     bool is_filter_current_ = false;
-    std::shared_ptr<std::vector<git_oid>> counted_;  // by the count under way, else null
-    std::shared_ptr<Cancellation> count_cancel_;     // of the count under way, null when none is
-    std::shared_ptr<Cancellation> filter_cancel_;    // of the last search that was queued
-    win32::TaskSlot count_slot_;
-    win32::TaskSlot filter_slot_;
+    CommitCount count_;
+    CommitSearch search_;
     win32::TaskSlot command_slot_;
     std::unique_ptr<win32::Subclass> subclass_;
 };
