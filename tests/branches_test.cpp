@@ -10,13 +10,15 @@
 #include "changes/new_branch_dialog.h"
 #include "changes/texts.h"
 #include "resources/ids.h"
+#include "tests/support/list_view.h"
 #include "tests/support/localized_texts.h"
 #include "tests/support/menu_reader.h"
-#include "tests/support/next_dialog.h"
+#include "tests/support/owner_dialog.h"
 #include "tests/support/pump.h"
 #include "tests/support/recorded_git.h"
 #include "tests/support/recording_host.h"
 #include "tests/support/temp_repository.h"
+#include "tests/support/window_watch.h"
 #include "win32/posted.h"
 #include "win32/text.h"
 #include "win32/window.h"
@@ -43,55 +45,18 @@ namespace revlane {
 
 namespace {
 
+using support::cell;
+using support::column;
 using support::InNextDialog;
+using support::rows_with;
+using support::select_only;
+using support::set_state;
+using support::texts_of;
 using Texts = std::vector<std::wstring>;
 
 LRESULT send(HWND window, UINT message, WPARAM wparam = 0, LPARAM lparam = 0)
 {
     return SendMessageW(window, message, wparam, lparam);
-}
-
-std::wstring cell(HWND list, int row, int column)
-{
-    std::array<wchar_t, 1000> buffer{};
-    LVITEMW item{};
-    item.iSubItem = column;
-    item.pszText = buffer.data();
-    item.cchTextMax = static_cast<int>(buffer.size());
-    send(list, LVM_GETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
-    return buffer.data();
-}
-
-Texts column(HWND list, int index)
-{
-    Texts texts;
-    for (int row = 0; row < send(list, LVM_GETITEMCOUNT); ++row)
-        texts.push_back(cell(list, row, index));
-    return texts;
-}
-
-std::vector<int> rows_with(HWND list, UINT state)
-{
-    std::vector<int> rows;
-    for (auto row = send(list, LVM_GETNEXTITEM, static_cast<WPARAM>(-1), state); row >= 0;
-         row = send(list, LVM_GETNEXTITEM, static_cast<WPARAM>(row), state))
-        rows.push_back(static_cast<int>(row));
-    return rows;
-}
-
-void set_state(HWND list, int row, UINT state, UINT mask)
-{
-    LVITEMW item{};
-    item.state = state;
-    item.stateMask = mask;
-    send(list, LVM_SETITEMSTATE, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
-}
-
-void select_only(HWND list, const std::vector<int>& rows)
-{
-    set_state(list, -1, 0, LVIS_SELECTED);
-    for (const int row : rows)
-        set_state(list, row, LVIS_SELECTED | LVIS_FOCUSED, LVIS_SELECTED | LVIS_FOCUSED);
 }
 
 // Types a key as the control sees it.
@@ -129,31 +94,15 @@ void click_task_button(HWND dialog, int button)
     send(dialog, TDM_CLICK_BUTTON, static_cast<WPARAM>(button));
 }
 
-// All texts of a dialog.
-std::wstring texts_of(HWND dialog)
-{
-    std::wstring text = win32::window_text(dialog);
-    for (HWND child = GetWindow(dialog, GW_CHILD); child != nullptr;
-         child = GetWindow(child, GW_HWNDNEXT))
-        text += L'\n' + win32::window_text(child);
-    return text;
-}
-
 // A dialog in the place of the panel, with both controls.
 class Owner {
 public:
     Owner()
     {
-        struct {
-            DLGTEMPLATE dialog;
-            std::array<WORD, 3> menu_class_title;
-        } form{{WS_POPUP, 0, 0, 0, 0, 200, 150}, {}};
-        CreateDialogIndirectParamW(GetModuleHandleW(nullptr), &form.dialog, nullptr,
-                                   win32::dialog_proc<Owner>, reinterpret_cast<LPARAM>(this));
+        support::make_owner_dialog(*this);
         if (list == nullptr || combo == nullptr)
             throw std::runtime_error("no controls can be made: is there a screen?");
         menu_reader_.emplace(list);
-        ShowWindow(dialog, SW_SHOWNA);
     }
     ~Owner()
     {
@@ -171,10 +120,7 @@ public:
         switch (message.id) {
         case WM_INITDIALOG:
             dialog = message.window;
-            list = CreateWindowExW(0, WC_LISTVIEWW, L"",
-                                   WS_CHILD | WS_VISIBLE | WS_TABSTOP | LVS_REPORT | LVS_OWNERDATA |
-                                       LVS_NOCOLUMNHEADER | LVS_SHOWSELALWAYS,
-                                   0, 40, 300, 180, dialog, nullptr, nullptr, nullptr);
+            list = support::add_list_view(dialog, LVS_OWNERDATA, 40);
             combo = CreateWindowExW(0, WC_COMBOBOXW, L"",
                                     WS_CHILD | WS_VISIBLE | WS_TABSTOP | WS_VSCROLL |
                                         CBS_DROPDOWNLIST | CBS_HASSTRINGS,

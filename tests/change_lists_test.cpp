@@ -5,9 +5,13 @@
 #include "git/git.h"
 #include "plugin/host/localized.h"
 #include "resources/ids.h"
+#include "tests/support/list_view.h"
 #include "tests/support/localized_texts.h"
+#include "tests/support/owner_dialog.h"
 #include "tests/support/pump.h"
 #include "tests/support/temp_repository.h"
+#include "tests/support/user_input.h"
+#include "tests/support/window_watch.h"
 #include "win32/handle.h"
 #include "win32/posted.h"
 #include "win32/text.h"
@@ -35,6 +39,10 @@ namespace {
 
 using git::ChangeStatus;
 using git::FileChange;
+using support::clipboard_text;
+using support::ControlKey;
+using support::select_only;
+using support::set_state;
 using Texts = std::vector<std::wstring>;
 
 FileChange change(const std::wstring& path, ChangeStatus status = ChangeStatus::Modified)
@@ -55,107 +63,29 @@ LRESULT send(HWND list, UINT message, int wparam = 0, LPARAM lparam = 0)
     return SendMessageW(list, message, static_cast<WPARAM>(wparam), lparam);
 }
 
-std::wstring text_of(HWND list, int row)
-{
-    std::array<wchar_t, 1000> buffer{};
-    LVITEMW item{};
-    item.pszText = buffer.data();
-    item.cchTextMax = static_cast<int>(buffer.size());
-    send(list, LVM_GETITEMTEXTW, row, reinterpret_cast<LPARAM>(&item));
-    return buffer.data();
-}
-
 Texts rows_of(HWND list)
 {
-    Texts rows;
-    for (int row = 0; row < send(list, LVM_GETITEMCOUNT); ++row)
-        rows.push_back(text_of(list, row));
-    return rows;
+    return support::column(list, 0);
+}
+
+std::wstring text_of(HWND list, int row)
+{
+    return support::cell(list, row, 0);
 }
 
 Texts selected_of(HWND list)
 {
     Texts rows;
-    for (auto row = send(list, LVM_GETNEXTITEM, -1, LVNI_SELECTED); row >= 0;
-         row = send(list, LVM_GETNEXTITEM, static_cast<int>(row), LVNI_SELECTED))
-        rows.push_back(text_of(list, static_cast<int>(row)));
+    for (const int row : support::rows_with(list, LVNI_SELECTED))
+        rows.push_back(text_of(list, row));
     return rows;
 }
 
-void set_state(HWND list, int row, UINT state)
+// Sees the error boxes of this thread.
+bool is_error_box(HWND window)
 {
-    LVITEMW item{};
-    item.state = state;
-    item.stateMask = state;
-    send(list, LVM_SETITEMSTATE, row, reinterpret_cast<LPARAM>(&item));
+    return support::is_box(window) && win32::window_text(window) == L"Error";
 }
-
-void select_only(HWND list, const std::vector<int>& rows)
-{
-    LVITEMW item{};
-    item.stateMask = LVIS_SELECTED;
-    send(list, LVM_SETITEMSTATE, -1, reinterpret_cast<LPARAM>(&item));
-    for (const int row : rows)
-        set_state(list, row, LVIS_SELECTED);
-}
-
-std::wstring clipboard_text()
-{
-    if (!OpenClipboard(nullptr))
-        return L"the clipboard cannot be opened";
-    std::wstring text;
-    if (const HANDLE data = GetClipboardData(CF_UNICODETEXT)) {
-        text = static_cast<const wchar_t*>(GlobalLock(data));
-        GlobalUnlock(data);
-    }
-    CloseClipboard();
-    return text;
-}
-
-// Holds Ctrl down for its lifetime, for this thread.
-class ControlKey {
-public:
-    ControlKey() { set(0x80); }
-    ~ControlKey() { set(0); }
-    ControlKey(const ControlKey&) = delete;
-    ControlKey& operator=(const ControlKey&) = delete;
-
-private:
-    static void set(BYTE state)
-    {
-        std::array<BYTE, 256> keys{};
-        keys[VK_CONTROL] = state;
-        SetKeyboardState(keys.data());
-    }
-};
-
-// Closes the error boxes of this thread as they come up, and counts them.
-class ErrorBoxes {
-public:
-    ErrorBoxes() : timer_(SetTimer(nullptr, 0, 10, look)) { count = 0; }
-    ~ErrorBoxes() { KillTimer(nullptr, timer_); }
-    ErrorBoxes(const ErrorBoxes&) = delete;
-    ErrorBoxes& operator=(const ErrorBoxes&) = delete;
-
-    [[nodiscard]] static int closed() { return count; }
-
-private:
-    static void CALLBACK look(HWND, UINT, UINT_PTR, DWORD)
-    {
-        EnumThreadWindows(GetCurrentThreadId(), close, 0);
-    }
-    static BOOL CALLBACK close(HWND window, LPARAM)
-    {
-        if (!IsWindowVisible(window) || win32::window_text(window) != L"Error")
-            return TRUE;
-        ++count;
-        SendMessageW(window, TDM_CLICK_BUTTON, IDCLOSE, 0);
-        return FALSE;
-    }
-
-    static inline int count = 0;
-    UINT_PTR timer_;
-};
 
 // What a context menu showed.
 struct Menu {
@@ -168,17 +98,7 @@ struct Menu {
 // A dialog in the place of the panel, with one list.
 class Owner {
 public:
-    Owner()
-    {
-        struct {
-            DLGTEMPLATE dialog;
-            std::array<WORD, 3> menu_class_title;
-        } templ{{WS_POPUP, 0, 0, 0, 0, 200, 150}, {}};
-        CreateDialogIndirectParamW(GetModuleHandleW(nullptr), &templ.dialog, nullptr,
-                                   win32::dialog_proc<Owner>, reinterpret_cast<LPARAM>(this));
-        // Without focus: Wine waits for two seconds as a window goes that has been active.
-        ShowWindow(dialog, SW_SHOWNA);
-    }
+    Owner() { support::make_owner_dialog(*this); }
     ~Owner()
     {
         if (dialog != nullptr)
@@ -195,10 +115,7 @@ public:
         switch (message.id) {
         case WM_INITDIALOG:
             dialog = message.window;
-            list = CreateWindowExW(0, WC_LISTVIEWW, L"",
-                                   WS_CHILD | WS_VISIBLE | WS_TABSTOP | LVS_REPORT |
-                                       LVS_NOCOLUMNHEADER | LVS_SHOWSELALWAYS,
-                                   0, 0, 300, 200, dialog, nullptr, nullptr, nullptr);
+            list = support::add_list_view(dialog, 0, 0);
             return FALSE;
         case WM_COMMAND:
             commands.push_back(static_cast<UINT>(message.wparam));
@@ -359,7 +276,7 @@ TEST_F(ListRows, SelectionFocusAndTopRowSurviveAnUpdate)
 {
     changes_.set_changes(numbered_changes(1000));
     select_only(list(), {500, 503, 506, 900});
-    set_state(list(), 503, LVIS_FOCUSED);
+    set_state(list(), 503, LVIS_FOCUSED, LVIS_FOCUSED);
     send(list(), LVM_ENSUREVISIBLE, 999);
     send(list(), LVM_ENSUREVISIBLE, 498);
     ASSERT_EQ(send(list(), LVM_GETTOPINDEX), 498);
@@ -456,7 +373,6 @@ TEST_F(ListRows, ADoubleClickAndReturnSendTheDefaultCommand)
     EXPECT_TRUE(owner.commands.empty()) << "no row is selected";
 
     select_only(list(), {1});
-    set_state(list(), 1, LVIS_FOCUSED);
     EXPECT_TRUE(IsDialogMessageW(owner.dialog, &key));
     EXPECT_EQ(owner.commands, (std::vector<UINT>{40111}));
 
@@ -660,12 +576,19 @@ TEST_F(ChangeLists, AStagedErrorIsShownOnceUntilARefreshSucceeds)
     ASSERT_EQ(rows_of(staged.owner.list).size(), 1u);
 
     const std::string head = files.read_file(".git/HEAD");
-    const ErrorBoxes boxes;
+    int closed = 0;
+    const support::WindowWatch boxes(
+        is_error_box,
+        [&closed](HWND box) {
+            ++closed;
+            support::press_button(box, IDCLOSE);
+        },
+        support::Windows::All);
     for (const int expected : {1, 2}) {
         files.write_file(".git/HEAD", "neither a reference nor an id");
         staged.changes.refresh();
         staged.changes.refresh();
-        EXPECT_EQ(boxes.closed(), expected);
+        EXPECT_EQ(closed, expected);
         EXPECT_EQ(rows_of(staged.owner.list).size(), 1u) << "the rows stay";
         files.write_file(".git/HEAD", head);
         staged.changes.refresh();

@@ -4,6 +4,7 @@
 #include "plugin/host/messages.h"
 #include "tests/support/editor_driver.h"
 #include "tests/support/fake_plugin.h"
+#include "tests/support/window_watch.h"
 #include "win32/handle.h"
 #include "win32/text.h"
 #include "win32/window.h"

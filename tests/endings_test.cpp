@@ -7,6 +7,7 @@
 #include "tests/support/panel.h"
 #include "tests/support/process_state.h"
 #include "tests/support/recorded_git.h"
+#include "tests/support/window_watch.h"
 #include "win32/handle.h"
 
 #include <gtest/gtest.h>

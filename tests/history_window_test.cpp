@@ -10,13 +10,15 @@
 #include "git/runner.h"
 #include "plugin/host/messages.h"
 #include "resources/ids.h"
+#include "tests/support/list_view.h"
 #include "tests/support/localized_texts.h"
 #include "tests/support/menu_reader.h"
-#include "tests/support/next_dialog.h"
 #include "tests/support/pump.h"
 #include "tests/support/recorded_git.h"
 #include "tests/support/recording_host.h"
 #include "tests/support/temp_repository.h"
+#include "tests/support/user_input.h"
+#include "tests/support/window_watch.h"
 #include "win32/handle.h"
 #include "win32/posted.h"
 #include "win32/text.h"
@@ -46,6 +48,9 @@ namespace revlane {
 
 namespace {
 
+using support::cell;
+using support::clipboard_text;
+using support::ControlKey;
 using support::FailingGit;
 using support::InNextDialog;
 using support::TempRepository;
@@ -65,17 +70,6 @@ Texts lines_of(const std::string& text)
     return lines;
 }
 
-std::wstring cell(HWND list, int row, int column)
-{
-    std::array<wchar_t, 1000> buffer{};
-    LVITEMW item{};
-    item.iSubItem = column;
-    item.pszText = buffer.data();
-    item.cchTextMax = static_cast<int>(buffer.size());
-    send(list, LVM_GETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
-    return buffer.data();
-}
-
 // A straight line of commits on a branch, "subject 1" first, as a stream for `git fast-import`.
 std::string straight_line(int count, std::string_view branch = "main")
 {
@@ -90,38 +84,6 @@ std::string straight_line(int count, std::string_view branch = "main")
     }
     return stream;
 }
-
-std::wstring clipboard_text()
-{
-    std::wstring text;
-    if (!OpenClipboard(nullptr))
-        return L"(the clipboard does not open)";
-    if (const HANDLE data = GetClipboardData(CF_UNICODETEXT)) {
-        text = static_cast<const wchar_t*>(GlobalLock(data));
-        GlobalUnlock(data);
-    }
-    CloseClipboard();
-    return text;
-}
-
-// Holds the Ctrl key down for this thread.
-class ControlKey {
-public:
-    ControlKey() { set(PRESSED); }
-    ~ControlKey() { set(0); }
-    ControlKey(const ControlKey&) = delete;
-    ControlKey& operator=(const ControlKey&) = delete;
-
-private:
-    static constexpr BYTE PRESSED = 0x80;
-
-    static void set(BYTE state)
-    {
-        std::array<BYTE, 256> keys{};
-        keys[VK_CONTROL] = state;
-        SetKeyboardState(keys.data());
-    }
-};
 
 enum Kind : int { MESSAGE, AUTHOR, COMMIT_ID, TAG };
 
@@ -152,11 +114,7 @@ protected:
     }
     [[nodiscard]] std::vector<int> selected() const
     {
-        std::vector<int> rows;
-        for (int row = ListView_GetNextItem(list_, -1, LVNI_SELECTED); row >= 0;
-             row = ListView_GetNextItem(list_, row, LVNI_SELECTED))
-            rows.push_back(row);
-        return rows;
+        return support::rows_with(list_, LVNI_SELECTED);
     }
     [[nodiscard]] bool is_on_view(int row) const
     {
@@ -166,10 +124,7 @@ protected:
     // As by clicks: the rows one after the other, and nothing else.
     void select(const std::vector<int>& rows)
     {
-        ListView_SetItemState(list_, -1, 0, LVIS_SELECTED);
-        for (const int row : rows)
-            ListView_SetItemState(list_, row, LVIS_SELECTED | LVIS_FOCUSED,
-                                  LVIS_SELECTED | LVIS_FOCUSED);
+        support::select_only(list_, rows);
         pump();
     }
 
@@ -200,9 +155,7 @@ protected:
     {
         std::wstring said;
         const InNextDialog box([&said](HWND dialog) {
-            for (HWND child = GetWindow(dialog, GW_CHILD); child != nullptr;
-                 child = GetWindow(child, GW_HWNDNEXT))
-                said += win32::window_text(child) + L'\n';
+            said = support::texts_of(dialog);
             send(dialog, TDM_CLICK_BUTTON, IDCLOSE);
         });
         action();

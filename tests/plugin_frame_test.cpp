@@ -7,6 +7,7 @@
 #include "tests/support/editor_driver.h"
 #include "tests/support/pump.h"
 #include "tests/support/recording_host.h"
+#include "tests/support/window_watch.h"
 #include "win32/handle.h"
 #include "win32/posted.h"
 

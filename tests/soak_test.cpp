@@ -8,6 +8,7 @@
 #include "resources/ids.h"
 #include "tests/support/panel.h"
 #include "tests/support/process_state.h"
+#include "tests/support/window_watch.h"
 #include "win32/handle.h"
 #include "win32/text.h"
 
@@ -89,7 +90,7 @@ protected:
     void work(std::chrono::seconds how_long)
     {
         const auto end = std::chrono::steady_clock::now() + how_long;
-        const support::BoxAnswer boxes(IDCLOSE, support::Boxes::All);
+        const support::BoxAnswer boxes(IDCLOSE, support::Windows::All);
         Panel panel(repository_, "[Revlane]\nautofetch=1\n");
         panel_ = &panel;
         expect_truth();

@@ -1,17 +1,16 @@
 #include "resources/ids.h"
 #include "tests/bench/peer.h"
 #include "tests/bench/rows.h"
+#include "tests/support/list_view.h"
 #include "tests/support/temp_repository.h"
+#include "tests/support/window_watch.h"
 
 #include <commctrl.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
-#include <optional>
 #include <stdexcept>
 #include <string>
-#include <utility>
 
 namespace bench {
 
@@ -22,29 +21,9 @@ constexpr int FIRST_ROWS = 200;
 constexpr wchar_t SEARCHED_TEXT[] = L"Mend the rare case";
 constexpr wchar_t SEARCH[] = L"log --pretty=%H --grep=\"Mend the rare case\" HEAD";
 
-// The window of this thread that has a control with this number.
-HWND find_window(int control)
-{
-    struct Search {
-        int control;
-        HWND found;
-    } search{control, nullptr};
-    EnumThreadWindows(
-        GetCurrentThreadId(),
-        [](HWND window, LPARAM parameter) -> BOOL {
-            auto& searched = *reinterpret_cast<Search*>(parameter);
-            if (GetDlgItem(window, searched.control) == nullptr)
-                return TRUE;
-            searched.found = window;
-            return FALSE;
-        },
-        reinterpret_cast<LPARAM>(&search));
-    return search.found;
-}
-
 HWND commit_list()
 {
-    return GetDlgItem(find_window(IDC_COMMIT_LIST), IDC_COMMIT_LIST);
+    return GetDlgItem(support::window_with(IDC_COMMIT_LIST), IDC_COMMIT_LIST);
 }
 
 int commit_rows()
@@ -55,12 +34,7 @@ int commit_rows()
 
 bool has_text(HWND list, int row)
 {
-    std::array<wchar_t, MAX_PATH> text{};
-    LVITEMW item{};
-    item.pszText = text.data();
-    item.cchTextMax = static_cast<int>(text.size());
-    SendMessageW(list, LVM_GETITEMTEXTW, static_cast<WPARAM>(row), reinterpret_cast<LPARAM>(&item));
-    return item.pszText[0] != L'\0';
+    return !support::cell(list, row, 0).empty();
 }
 
 // Whether the rows in sight are there and drawn.
@@ -79,43 +53,10 @@ bool shows_last_row()
     return below >= last && has_text(list, last) && !GetUpdateRect(list, nullptr, FALSE);
 }
 
-// Fills the filter's dialog in once it is there, while that keeps the thread in its own loop, and
-// notes when it is left.
-class FilterAnswer {
-public:
-    FilterAnswer()
-    {
-        constexpr UINT INTERVAL_MILLISECONDS = 10;
-        active = this;
-        timer_ = SetTimer(nullptr, 0, INTERVAL_MILLISECONDS, look);
-    }
-    ~FilterAnswer()
-    {
-        KillTimer(nullptr, timer_);
-        active = nullptr;
-    }
-    FilterAnswer(const FilterAnswer&) = delete;
-    FilterAnswer& operator=(const FilterAnswer&) = delete;
-
-    [[nodiscard]] const std::optional<Clock::time_point>& time() const { return time_; }
-
-private:
-    static void CALLBACK look(HWND, UINT, UINT_PTR, DWORD)
-    {
-        const HWND dialog = find_window(IDC_FILTER_TEXT);
-        if (dialog == nullptr || active == nullptr || active->time_)
-            return;
-        SetDlgItemTextW(dialog, IDC_FILTER_TEXT, SEARCHED_TEXT);
-        CheckRadioButton(dialog, IDC_FILTER_MESSAGE, IDC_FILTER_TAG, IDC_FILTER_MESSAGE);
-        active->time_ = Clock::now();
-        SendMessageW(dialog, WM_COMMAND, IDOK, 0);
-    }
-
-    static inline FilterAnswer* active = nullptr;
-
-    UINT_PTR timer_;
-    std::optional<Clock::time_point> time_;
-};
+bool is_filter_dialog(HWND window)
+{
+    return IsWindowVisible(window) && GetDlgItem(window, IDC_FILTER_TEXT) != nullptr;
+}
 
 int count_lines(const std::string& text)
 {
@@ -152,15 +93,21 @@ Run history(const Stage& stage, const wchar_t* repository, const std::string& na
         last.revlane.push_back(stage.watch.observe(
             [] { PostMessageW(commit_list(), WM_KEYDOWN, VK_END, 0); }, shows_last_row));
 
-        std::optional<FilterAnswer> answer(std::in_place);
-        support::choose(find_window(IDC_COMMIT_LIST), IDC_FILTER);
-        stage.watch.observe_from(Clock::now(), [&] { return answer->time().has_value(); });
-        const Clock::time_point answered = *answer->time();
-        // What it looks for would be found in every window from here on, time and again.
-        answer.reset();
+        Clock::time_point answered{};
+        {
+            // The dialog keeps the thread in its own loop.
+            const support::WindowWatch answer(is_filter_dialog, [&answered](HWND dialog) {
+                SetDlgItemTextW(dialog, IDC_FILTER_TEXT, SEARCHED_TEXT);
+                CheckRadioButton(dialog, IDC_FILTER_MESSAGE, IDC_FILTER_TAG, IDC_FILTER_MESSAGE);
+                answered = Clock::now();
+                SendMessageW(dialog, WM_COMMAND, IDOK, 0);
+            });
+            support::choose(support::window_with(IDC_COMMIT_LIST), IDC_FILTER);
+            stage.watch.observe_from(Clock::now(), [&] { return answer.has_acted(); });
+        }
         filter.revlane.push_back(stage.watch.observe_from(
             answered, [&] { return commit_rows() == found && shows_rows(); }));
-        SendMessageW(find_window(IDC_COMMIT_LIST), WM_CLOSE, 0, 0);
+        SendMessageW(support::window_with(IDC_COMMIT_LIST), WM_CLOSE, 0, 0);
         stage.rest();
 
         first.git.push_back(time_git(folder, L"log -200"));

@@ -1,7 +1,7 @@
 #include "tests/shots/scenes.h"
 
 #include "resources/ids.h"
-#include "tests/support/next_dialog.h"
+#include "tests/support/window_watch.h"
 #include "win32/text.h"
 
 #include <commctrl.h>

@@ -2,6 +2,7 @@
 
 #include "resources/ids.h"
 #include "tests/shots/screen.h"
+#include "tests/support/window_watch.h"
 
 #include <fmt/format.h>
 #include <commctrl.h>
@@ -18,64 +19,13 @@ std::string settings_text(const Album& album, const StageSetup& setup)
     return fmt::format("[Quorrel]\nLanguage={}\nBarWidth={}\n", album.language, setup.bar_width);
 }
 
-bool has_class(HWND window, std::wstring_view wanted)
-{
-    std::array<wchar_t, 32> name{};
-    GetClassNameW(window, name.data(), static_cast<int>(name.size()));
-    return name.data() == wanted;
-}
+// A box may be painted anew when it gets the focus.
+constexpr int SETTLING_LOOKS = 15;
 
 bool is_menu(HWND window)
 {
     return has_class(window, L"#32768");
 }
-
-// Looks for the popup from a timer, since the call that shows it returns only once it has gone.
-class PopupWatch {
-public:
-    explicit PopupWatch(std::function<void(HWND)> act) : act_(std::move(act))
-    {
-        constexpr UINT interval_ms = 50;
-        active = this;
-        timer_ = SetTimer(nullptr, 0, interval_ms, look);
-    }
-    ~PopupWatch()
-    {
-        KillTimer(nullptr, timer_);
-        active = nullptr;
-    }
-    PopupWatch(const PopupWatch&) = delete;
-    PopupWatch& operator=(const PopupWatch&) = delete;
-
-    [[nodiscard]] bool is_done() const noexcept { return looks_ > SETTLING_LOOKS; }
-
-private:
-    // A box may be painted anew when it gets the focus.
-    static constexpr int SETTLING_LOOKS = 6;
-
-    static void CALLBACK look(HWND, UINT, UINT_PTR, DWORD)
-    {
-        EnumThreadWindows(
-            GetCurrentThreadId(),
-            [](HWND window, LPARAM) -> BOOL {
-                const HWND owner = GetWindow(window, GW_OWNER);
-                const bool is_box =
-                    has_class(window, L"#32770") && (owner == nullptr || !IsWindowEnabled(owner));
-                if (!IsWindowVisible(window) || (!is_menu(window) && !is_box))
-                    return TRUE;
-                if (++active->looks_ == SETTLING_LOOKS + 1)
-                    active->act_(window);
-                return FALSE;
-            },
-            0);
-    }
-
-    static inline PopupWatch* active = nullptr;
-
-    std::function<void(HWND)> act_;
-    UINT_PTR timer_;
-    int looks_ = 0;
-};
 
 void take_away(HWND popup)
 {
@@ -83,32 +33,10 @@ void take_away(HWND popup)
         EndMenu();
         return;
     }
-    // The one is understood by task dialogs, the other by all dialogs.
-    SendMessageW(popup, TDM_CLICK_BUTTON, IDCANCEL, 0);
-    if (IsWindow(popup))
-        PostMessageW(popup, WM_COMMAND, IDCANCEL, 0);
+    press_button(popup, IDCANCEL);
 }
 
 }  // namespace
-
-HWND window_with(int control)
-{
-    struct Search {
-        int control;
-        HWND found;
-    } search{control, nullptr};
-    EnumThreadWindows(
-        GetCurrentThreadId(),
-        [](HWND window, LPARAM argument) -> BOOL {
-            auto& wanted = *reinterpret_cast<Search*>(argument);
-            if (!IsWindowVisible(window) || GetDlgItem(window, wanted.control) == nullptr)
-                return TRUE;
-            wanted.found = window;
-            return FALSE;
-        },
-        reinterpret_cast<LPARAM>(&search));
-    return search.found;
-}
 
 int at_screen_dpi(int length)
 {
@@ -164,14 +92,20 @@ void Stage::save(std::string_view name, HWND window)
 
 void Stage::save_popup(std::string_view name, HWND behind, const std::function<void()>& open)
 {
-    const PopupWatch watch([&](HWND popup) {
-        const RECT area =
-            behind != nullptr ? united(area_of(behind), area_of(popup)) : area_of(popup);
-        save_screen(area, album_.folder / fmt::format("{}.png", name));
-        take_away(popup);
-    });
+    int looks = 0;
+    const WindowWatch watch(
+        [&looks](HWND window) {
+            const bool is_menu_shown = is_menu(window) && IsWindowVisible(window);
+            return (is_menu_shown || is_box(window)) && ++looks > SETTLING_LOOKS;
+        },
+        [&](HWND popup) {
+            const RECT area =
+                behind != nullptr ? united(area_of(behind), area_of(popup)) : area_of(popup);
+            save_screen(area, album_.folder / fmt::format("{}.png", name));
+            take_away(popup);
+        });
     open();
-    wait([&] { return watch.is_done(); }, "for a menu or a box");
+    wait([&] { return watch.has_acted(); }, "for a menu or a box");
     driver_.pump();
 }
 

@@ -55,9 +55,6 @@ private:
     EditorDriver driver_;
 };
 
-// The visible window of this thread that has a control with this id; null when there is none.
-HWND window_with(int control);
-
 // The size at the screen's DPI of a length at 96 DPI.
 int at_screen_dpi(int length);
 

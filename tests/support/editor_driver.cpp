@@ -2,12 +2,10 @@
 
 #include "editor/resources/ids.h"
 #include "editor/text_file.h"
+#include "tests/support/list_view.h"
 #include "win32/window.h"
 
-#include <commctrl.h>
-
 #include <algorithm>
-#include <array>
 #include <utility>
 
 namespace support {
@@ -19,16 +17,6 @@ namespace {
 std::filesystem::path built(const char* path)
 {
     return std::filesystem::absolute(path);
-}
-
-// A dialog box that keeps its owner waiting, or has none.
-bool is_box(HWND window)
-{
-    std::array<wchar_t, 16> name{};
-    GetClassNameW(window, name.data(), static_cast<int>(name.size()));
-    const HWND owner = GetWindow(window, GW_OWNER);
-    return IsWindowVisible(window) && std::wstring(name.data()) == L"#32770" &&
-           (owner == nullptr || !IsWindowEnabled(owner));
 }
 
 }  // namespace
@@ -172,51 +160,7 @@ std::vector<std::vector<std::wstring>> rows_of(HWND dialog, int list)
 
 void select_rows(HWND dialog, int list, const std::vector<int>& rows)
 {
-    const HWND window = GetDlgItem(dialog, list);
-    ListView_SetItemState(window, -1, 0, LVIS_SELECTED | LVIS_FOCUSED);
-    for (const int row : rows)
-        ListView_SetItemState(window, row, LVIS_SELECTED | LVIS_FOCUSED,
-                              LVIS_SELECTED | LVIS_FOCUSED);
-}
-
-BoxAnswer::BoxAnswer(int button, Boxes which) : button_(button), which_(which)
-{
-    constexpr UINT INTERVAL_MILLISECONDS = 20;
-    active = this;
-    timer_ = SetTimer(nullptr, 0, INTERVAL_MILLISECONDS, look);
-}
-
-BoxAnswer::~BoxAnswer()
-{
-    KillTimer(nullptr, timer_);
-    active = nullptr;
-}
-
-void BoxAnswer::look(HWND, UINT, UINT_PTR, DWORD)
-{
-    EnumThreadWindows(
-        GetCurrentThreadId(),
-        [](HWND window, LPARAM) -> BOOL {
-            if (active == nullptr || !is_box(window) ||
-                (active->text_ && active->which_ == Boxes::Next))
-                return TRUE;
-            active->answer(window);
-            return FALSE;
-        },
-        0);
-}
-
-void BoxAnswer::answer(HWND box)
-{
-    std::wstring text = win32::window_text(box);
-    for (HWND child = GetWindow(box, GW_CHILD); child != nullptr;
-         child = GetWindow(child, GW_HWNDNEXT))
-        text += L'\n' + win32::window_text(child);
-    text_ = std::move(text);
-    // The one is understood by task dialogs, the other by message boxes.
-    SendMessageW(box, TDM_CLICK_BUTTON, static_cast<WPARAM>(button_), 0);
-    if (IsWindow(box))
-        SendMessageW(box, WM_COMMAND, static_cast<WPARAM>(button_), 0);
+    select_only(GetDlgItem(dialog, list), rows);
 }
 
 }  // namespace support

@@ -88,30 +88,4 @@ std::vector<std::vector<std::wstring>> rows_of(HWND dialog, int list);
 // Selects the rows with these indices and no other; the last one has the focus.
 void select_rows(HWND dialog, int list, const std::vector<int>& rows);
 
-enum class Boxes { Next, All };
-
-// Answers the next message box or task dialog of this thread, or all of them, with a button. Made
-// before the call that shows the box, since that call returns only once it is answered.
-class BoxAnswer {
-public:
-    explicit BoxAnswer(int button, Boxes which = Boxes::Next);
-    ~BoxAnswer();
-    BoxAnswer(const BoxAnswer&) = delete;
-    BoxAnswer& operator=(const BoxAnswer&) = delete;
-
-    // Caption and texts of the last box, line by line; nothing when none has been shown.
-    [[nodiscard]] const std::optional<std::wstring>& text() const noexcept { return text_; }
-
-private:
-    static void CALLBACK look(HWND window, UINT message, UINT_PTR timer, DWORD time);
-    void answer(HWND box);
-
-    static inline BoxAnswer* active = nullptr;
-
-    int button_;
-    Boxes which_;
-    UINT_PTR timer_;
-    std::optional<std::wstring> text_;
-};
-
 }  // namespace support

@@ -1,6 +1,7 @@
 #include "tests/support/panel.h"
 
 #include "resources/ids.h"
+#include "tests/support/window_watch.h"
 #include "win32/text.h"
 
 #include <gtest/gtest.h>
