@@ -2,6 +2,7 @@
 
 #include "git/handles.h"
 #include "win32/long_path.h"
+#include "win32/process_tree.h"
 #include "win32/text.h"
 
 #include <utility>
@@ -32,8 +33,8 @@ void Git::end_registered() noexcept
     ++cancellations_;
     for (const HANDLE pipe : reading_pipes_)
         CancelIoEx(pipe, nullptr);
-    for (const HANDLE process : running_processes_)
-        TerminateProcess(process, 0);
+    for (const auto& [process, job] : running_processes_)
+        win32::end_process_tree(process, job);
 }
 
 bool Git::is_shut_down() const noexcept
@@ -76,13 +77,14 @@ Git::ReadScope::~ReadScope()
     git_.reading_pipes_.erase(pipe_);
 }
 
-Git::RunScope::RunScope(const Run& run, HANDLE process) : git_(run.git_), process_(process)
+Git::RunScope::RunScope(const Run& run, HANDLE process, HANDLE job)
+    : git_(run.git_), process_(process)
 {
     const std::lock_guard guard(git_.lock_);
     if (run.was_ended_locked())
-        TerminateProcess(process_, 0);
+        win32::end_process_tree(process_, job);
     else
-        git_.running_processes_.insert(process_);
+        git_.running_processes_.emplace(process_, job);
 }
 
 Git::RunScope::~RunScope()

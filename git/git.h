@@ -12,6 +12,7 @@
 #include <mutex>
 #include <optional>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 
 namespace git {
@@ -44,7 +45,7 @@ private:
 
     mutable std::mutex lock_;
     std::unordered_set<HANDLE> reading_pipes_;
-    std::unordered_set<HANDLE> running_processes_;
+    std::unordered_map<HANDLE, HANDLE> running_processes_;  // with the job of each, or null
     bool shut_down_ = false;
     std::uint64_t cancellations_ = 0;  // advanced by cancel() and shutdown()
 };
@@ -89,10 +90,11 @@ private:
 };
 
 // Registers a running process for its lifetime, and terminates it at once when the run was ended
-// before. Must be destroyed before the handle is closed.
+// before. With its job (win32/process_tree.h) all that it has started is terminated too. Must be
+// destroyed before the handles are closed.
 class Git::RunScope {
 public:
-    RunScope(const Run& run, HANDLE process);
+    RunScope(const Run& run, HANDLE process, HANDLE job);
     ~RunScope();
     RunScope(const RunScope&) = delete;
     RunScope& operator=(const RunScope&) = delete;

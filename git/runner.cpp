@@ -1,5 +1,6 @@
 #include "git/runner.h"
 
+#include "win32/process_tree.h"
 #include "win32/text.h"
 
 #include <fmt/format.h>
@@ -295,7 +296,7 @@ std::vector<std::wstring> split_as_windows(const std::wstring& command_line)
 RunningGit::~RunningGit()
 {
     if (process)
-        TerminateProcess(process.get(), 0);
+        win32::end_process_tree(process.get(), job.get());
 }
 
 bool is_git_available()
@@ -380,6 +381,8 @@ Result<RunningGit> start_git(std::wstring_view arguments,
     running.stderr_read = std::move(error->read_end);
     running.process.reset(started.hProcess);
     running.thread.reset(started.hThread);
+    // It cannot have started anything yet: Windows is still loading it.
+    running.job = win32::make_job(started.hProcess);
     running.process_id = started.dwProcessId;
     running.thread_id = started.dwThreadId;
     return running;
@@ -471,7 +474,7 @@ CommandResult run_git(std::wstring arguments, const std::filesystem::path& worki
     Result<RunningGit> running = start_git(result.command, working_directory);
     if (!running)
         return failed(running.error());
-    const Git::RunScope registered(run, running->process.get());
+    const Git::RunScope registered(run, running->process.get(), running->job.get());
 
     Result<std::string> text = read_all(*running, stream, run);
     if (!text)

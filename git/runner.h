@@ -35,8 +35,9 @@ struct CommandResult {
     bool ok = false;       // it started, its streams were read, its exit code was 0
 };
 
-// One started process. Destroying it terminates the process (harmless when it has ended) and closes
-// all handles: a child never outlives its owner.
+// One started process. Destroying it terminates the process (harmless when it has ended) with all
+// that it has started, a hook say, and closes all handles: a child never outlives its owner. What a
+// child that has ended by itself left behind, a daemon of git's, lives on.
 struct RunningGit {
     RunningGit() = default;
     RunningGit(RunningGit&&) noexcept = default;
@@ -49,6 +50,7 @@ struct RunningGit {
     win32::KernelHandle stderr_read;
     win32::KernelHandle process;
     win32::KernelHandle thread;
+    win32::KernelHandle job;  // may be null
     std::uint32_t process_id = 0;
     std::uint32_t thread_id = 0;
     // By Stream: what was read of a stream while the other one was wanted, so that a child that

@@ -8,6 +8,7 @@
 #include <fmt/xchar.h>
 #include <gtest/gtest.h>
 #include <shellapi.h>
+#include <tlhelp32.h>
 
 #include <array>
 #include <atomic>
@@ -53,6 +54,21 @@ private:
     std::wstring name_;
     win32::KernelHandle handle_;
 };
+
+// How many processes like itself a process has started and left, whether it runs or not. (A console
+// has a process of its own too.)
+int children_of(DWORD process)
+{
+    const win32::FileHandle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof entry;
+    int count = 0;
+    for (BOOL found = Process32FirstW(snapshot.get(), &entry); found;
+         found = Process32NextW(snapshot.get(), &entry))
+        if (entry.th32ParentProcessID == process && _wcsicmp(entry.szExeFile, L"git.exe") == 0)
+            ++count;
+    return count;
+}
 
 class Runner : public testing::Test {
 protected:
@@ -318,6 +334,47 @@ TEST_F(Runner, ShutdownEndsAlsoWhatAGrandchildHolds)
     EXPECT_EQ(run.get().output, ended_text);
 }
 
+TEST_F(Runner, WhatAChildHasStartedEndsWithItAndNotAfterIt)
+{
+    enum class End { Cancelled, Disposed, ByItself };
+    for (const End end : {End::Cancelled, End::Disposed, End::ByItself}) {
+        SCOPED_TRACE(static_cast<int>(end));
+        const NamedEvent ready;
+        const NamedEvent child_goes;
+        const NamedEvent grandchild_goes;
+        DWORD child = 0;
+        {
+            const auto running =
+                git::start_git(L"play leave " + grandchild_goes.name() + L" signal " +
+                                   ready.name() + L" wait " + child_goes.name(),
+                               folder_.path());
+            ASSERT_TRUE(running) << git::to_utf8(running.error());
+            child = running->process_id;
+            const git::Git::Run run(*git_);
+            const git::Git::RunScope registered(run, running->process.get(), running->job.get());
+            ASSERT_TRUE(ready.wait());
+            ASSERT_EQ(children_of(child), 1);
+            if (end == End::Cancelled)
+                git_->cancel();
+            if (end == End::ByItself)
+                child_goes.set();
+            if (end != End::Disposed) {
+                ASSERT_EQ(WaitForSingleObject(running->process.get(),
+                                              DWORD{std::chrono::milliseconds(deadline).count()}),
+                          WAIT_OBJECT_0);
+            }
+        }
+        if (end == End::ByItself) {
+            EXPECT_EQ(children_of(child), 1);
+            continue;
+        }
+        const auto start = std::chrono::steady_clock::now();
+        while (children_of(child) != 0 && std::chrono::steady_clock::now() - start < deadline)
+            Sleep(1);
+        EXPECT_EQ(children_of(child), 0);
+    }
+}
+
 TEST_F(Runner, NothingStartsAfterAShutdown)
 {
     git_->shutdown();
@@ -335,7 +392,7 @@ TEST_F(Runner, EndsAProcessThatRegistersTooLate)
     const auto running = git::start_git(L"play wait " + never.name(), folder_.path());
     ASSERT_TRUE(running) << git::to_utf8(running.error());
     git_->cancel();
-    const git::Git::RunScope registered(run, running->process.get());
+    const git::Git::RunScope registered(run, running->process.get(), running->job.get());
     EXPECT_EQ(WaitForSingleObject(running->process.get(),
                                   DWORD{std::chrono::milliseconds(deadline).count()}),
               WAIT_OBJECT_0);
