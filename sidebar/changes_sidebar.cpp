@@ -294,6 +294,10 @@ void ChangesSidebar::on_timer(UINT_PTR timer)
         on_busy_timer();
         break;
     case TIMER_LOOK_AGAIN:
+        // A second look that waits behind the first would begin before the first one's rows are shown,
+        // and slow that down. The timer comes again.
+        if (changes_.is_busy())
+            break;
         KillTimer(dialog_, TIMER_LOOK_AGAIN);
         refresh();
         break;
