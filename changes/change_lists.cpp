@@ -11,15 +11,21 @@
 #include <gsl/util>
 #include <windows.h>
 
+#include <mutex>
 #include <utility>
 #include <vector>
 
 namespace revlane {
 
-namespace {
+// What the list and the tasks of its diffs share.
+struct ChangesList::Work {
+    Cancellation cancellation;
+    std::mutex lock;
+    git::Index index;  // that the last diff has read; under the lock
+};
 
-// The task of ChangesList::refresh, on a thread of the pool. `repository` is a handle of its own.
-void find_changes(HWND owner, Cancellation& work, git::Repository repository)
+// The task of refresh, on a thread of the pool. `repository` is a handle of its own.
+void ChangesList::find_changes(HWND owner, Work& work, git::Repository repository)
 {
     const git::LibraryScope library;
     // Freed before the count of the library is given back.
@@ -28,12 +34,14 @@ void find_changes(HWND owner, Cancellation& work, git::Repository repository)
         if (owner != nullptr)
             PostMessageW(owner, WM_REVLANE_TASK_DONE, 0, 0);
     });
-    auto result = std::make_unique<ChangesResult>(
-        git::diff_index_to_workdir(opened.handle.get(), [&work] { return work.is_cancelled(); }));
-    work.post(owner, WM_REVLANE_CHANGES, std::move(result));
+    auto result = std::make_unique<ChangesResult>(git::diff_index_to_workdir(
+        opened.handle.get(), [&work] { return work.cancellation.is_cancelled(); }));
+    if (*result) {
+        const std::lock_guard guard(work.lock);
+        work.index = git::take_index(opened.handle.get());
+    }
+    work.cancellation.post(owner, WM_REVLANE_CHANGES, std::move(result));
 }
-
-}  // namespace
 
 ChangesList::ChangesList(BS::thread_pool<>& pool) : slot_(pool) {}
 
@@ -88,13 +96,25 @@ void ChangesList::refresh()
     if (!opened)
         return;
     if (!work_)
-        work_ = std::make_shared<Cancellation>();
+        work_ = std::make_shared<Work>();
     slot_.submit([owner = owner_, work = work_, repository = std::move(*opened)]() mutable {
         find_changes(owner, *work, std::move(repository));
     });
     // The busy cursor shows at once.
     if (owner_ != nullptr)
         PostMessageW(owner_, WM_SETCURSOR, 0, 0);
+}
+
+void ChangesList::hand_over_index(git_repository* repository)
+{
+    if (!work_)
+        return;
+    const git::Index index = [this] {
+        const std::lock_guard guard(work_->lock);
+        return std::exchange(work_->index, nullptr);
+    }();
+    if (index != nullptr)
+        git::give_index(repository, index);
 }
 
 bool ChangesList::is_busy() const noexcept
@@ -106,7 +126,7 @@ void ChangesList::cancel()
 {
     slot_.cancel();
     if (const auto work = std::exchange(work_, nullptr))
-        work->cancel();
+        work->cancellation.cancel();
 }
 
 void StagedList::set_repository(const git::Repository* repository)

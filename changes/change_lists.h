@@ -15,8 +15,6 @@
 
 namespace revlane {
 
-class Cancellation;
-
 // The working tree against the index, untracked files included. Its diff runs on a pool of its own,
 // so that it never waits behind a fetch.
 class ChangesList final : public ChangesListBase {
@@ -38,6 +36,10 @@ public:
     // (a ChangesResult, to be handed to update_changes) and, always and last, WM_REVLANE_TASK_DONE.
     void refresh() override;
 
+    // Gives `repository`, another handle of the repository that is shown, the index that the last
+    // diff has read, so that the window thread need not read it again.
+    void hand_over_index(git_repository* repository);
+
     // Whether a diff waits or runs.
     [[nodiscard]] bool is_busy() const noexcept;
     // Ends the diff that runs and drops the one that waits; no answer is posted after this. To be
@@ -45,8 +47,12 @@ public:
     void cancel();
 
 private:
+    struct Work;
+
+    static void find_changes(HWND owner, Work& work, git::Repository repository);
+
     win32::TaskSlot slot_;
-    std::shared_ptr<Cancellation> work_;  // of the diffs for the present repository
+    std::shared_ptr<Work> work_;  // of the diffs for the present repository
 };
 
 // The index against HEAD.

@@ -4,6 +4,8 @@
 #include "git/references.h"
 #include "win32/text.h"
 
+#include <git2/sys/repository.h>
+
 #include <new>
 #include <utility>
 
@@ -180,6 +182,21 @@ Result<std::vector<FileChange>> diff_index_to_workdir(git_repository* repository
         return tl::unexpected(error_from_libgit2());
     }
     return file_changes(Diff(made).get());
+}
+
+Index take_index(git_repository* repository)
+{
+    git_index* found = nullptr;
+    if (git_repository_index(&found, repository) != 0)
+        return nullptr;
+    Index index(found);
+    git_repository_set_index(repository, nullptr);
+    return index;
+}
+
+void give_index(git_repository* repository, const Index& index)
+{
+    check_libgit2(git_repository_set_index(repository, index.get()));
 }
 
 Result<void> stage_path(git_repository* repository, std::wstring_view path)

@@ -28,6 +28,13 @@ Result<std::vector<FileChange>> diff_head_to_index(git_repository* repository);
 Result<std::vector<FileChange>>
 diff_index_to_workdir(git_repository* repository, const std::function<bool()>& is_cancelled = {});
 
+// Takes out of a repository the index that it has read; it reads it anew when it needs one. Null when
+// it cannot be read.
+Index take_index(git_repository* repository);
+// Gives a repository the index that take_index took out of another handle of the same repository,
+// which no other thread may use any more. It is read anew only if its file has changed since.
+void give_index(git_repository* repository, const Index& index);
+
 // Adds the path's file to the index and writes it. Fails for a missing file.
 Result<void> stage_path(git_repository* repository, std::wstring_view path);
 // Removes the path from the index and writes it.

@@ -86,6 +86,7 @@ void ChangesSidebar::on_changes(const ChangesResult& result)
 void ChangesSidebar::refresh_rest()
 {
     const Life life = life_;
+    changes_.hand_over_index(repository_->handle.get());
     staged_.refresh();
     if (life.expired() || dialog_ == nullptr)
         return;
