@@ -236,16 +236,9 @@ unsigned long run_process(const std::optional<fs::path>& program, std::wstring l
     startup.StartupInfo.hStdError = errors;
     startup.lpAttributeList = inherited.get();
     PROCESS_INFORMATION started{};
-    const auto start = [&] {
-        return CreateProcessW(program ? program->c_str() : nullptr, line.data(), nullptr, nullptr,
-                              TRUE, CREATE_NO_WINDOW | EXTENDED_STARTUPINFO_PRESENT, nullptr,
-                              folder.c_str(), &startup.StartupInfo, &started) != FALSE;
-    };
-    // Once in some thousand times a process dies under Wine before it has begun.
-    bool has_started = start();
-    if (!has_started && GetLastError() == ERROR_INTERNAL_ERROR)
-        has_started = start();
-    if (!has_started)
+    if (!CreateProcessW(program ? program->c_str() : nullptr, line.data(), nullptr, nullptr, TRUE,
+                        CREATE_NO_WINDOW | EXTENDED_STARTUPINFO_PRESENT, nullptr, folder.c_str(),
+                        &startup.StartupInfo, &started))
         throw std::runtime_error(fmt::format("git cannot be started: error {}", GetLastError()));
     const win32::KernelHandle process(started.hProcess);
     const win32::KernelHandle thread(started.hThread);
