@@ -4,6 +4,7 @@
 #include "tests/support/list_view.h"
 #include "tests/support/temp_repository.h"
 #include "tests/support/window_watch.h"
+#include "win32/text.h"
 
 #include <commctrl.h>
 
@@ -11,6 +12,7 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace bench {
 
@@ -19,6 +21,11 @@ namespace {
 // The list shows at once with so many rows.
 constexpr int FIRST_ROWS = 200;
 constexpr wchar_t SEARCHED_TEXT[] = L"Mend the rare case";
+// The branch that is not checked out, as the branches list names it, and the digits of its commit in
+// the last column.
+constexpr char OTHER_BRANCH[] = "origin/main";
+constexpr int ID_COLUMN = 3;
+constexpr std::size_t ID_DIGITS = 40;
 constexpr wchar_t SEARCH[] = L"log --pretty=%H --grep=\"Mend the rare case\" HEAD";
 
 HWND commit_list()
@@ -58,6 +65,21 @@ bool is_filter_dialog(HWND window)
     return IsWindowVisible(window) && GetDlgItem(window, IDC_FILTER_TEXT) != nullptr;
 }
 
+int count_commits(const std::filesystem::path& folder, const char* branch)
+{
+    return std::atoi(support::run_git(folder, {"rev-list", "--count", branch}).output.c_str());
+}
+
+void select_branch(const Stage& stage)
+{
+    const HWND list = stage.control(IDC_BRANCHES_LIST);
+    const std::vector<std::wstring> names = support::column(list, 0);
+    const auto found = std::find(names.begin(), names.end(), win32::to_wide(OTHER_BRANCH));
+    if (found == names.end())
+        throw std::runtime_error("a branch is not listed");
+    support::select_only(list, {static_cast<int>(found - names.begin())});
+}
+
 int count_lines(const std::string& text)
 {
     return static_cast<int>(std::count(text.begin(), text.end(), '\n'));
@@ -69,27 +91,31 @@ Run history(const Stage& stage, const wchar_t* repository, const std::string& na
             double count_goal)
 {
     Table& table = stage.table;
-    Row& first = table.add("first page of history, " + name, "git log -200", 0.25);
-    Row& count = table.add("full count, " + name, "git rev-list --count HEAD", count_goal);
+    Row& opened = table.add("first page, window opened, " + name, "git log -200", 0.25);
+    Row& first =
+        table.add("first page, another branch in the open window, " + name, "git log -200", 0.25);
+    Row& count = table.add("full count, another branch in the open window, " + name,
+                           "git rev-list --count", count_goal);
     Row& last = table.add("scrolling to the last row, " + name, "git log", 1.0);
     Row& filter = table.add("message filter, first row and all, " + name,
                             "git log --pretty=%H --grep=TEXT", 1.05);
     const std::filesystem::path folder = stage.repository(repository);
-    const int commits =
-        std::atoi(support::run_git(folder, {"rev-list", "--count", "HEAD"}).output.c_str());
+    const int commits = count_commits(folder, "HEAD");
+    const int others = count_commits(folder, OTHER_BRANCH);
+    const std::wstring other = win32::to_wide(
+        support::run_git(folder, {"rev-parse", OTHER_BRANCH}).output.substr(0, ID_DIGITS));
     const int found = count_lines(
         support::run_git(folder, {"log", "--pretty=%H", "--grep=Mend the rare case"}).output);
-    if (commits <= FIRST_ROWS || found == 0)
+    if (commits <= FIRST_ROWS || others <= FIRST_ROWS || others == commits || found == 0)
         throw std::runtime_error("the history is not as it was made");
-    return [stage, &first, &count, &last, &filter, folder, commits, found] {
+    return [stage, &opened, &first, &count, &last, &filter, folder, commits, others, other, found] {
         stage.activate(folder);
         stage.watch.settle();
-        const Clock::time_point opened = Clock::now();
-        first.revlane.push_back(
+        opened.revlane.push_back(
             stage.watch.observe([&] { support::click(stage.driver.panel(), IDC_SHOW_HISTORY); },
                                 [] { return commit_rows() >= FIRST_ROWS && shows_rows(); }));
-        count.revlane.push_back(
-            stage.watch.observe_from(opened, [&] { return commit_rows() == commits; }));
+        stage.watch.observe_from(Clock::now(), [&] { return commit_rows() == commits; });
+        stage.watch.settle();
         last.revlane.push_back(stage.watch.observe(
             [] { PostMessageW(commit_list(), WM_KEYDOWN, VK_END, 0); }, shows_last_row));
 
@@ -107,10 +133,23 @@ Run history(const Stage& stage, const wchar_t* repository, const std::string& na
         }
         filter.revlane.push_back(stage.watch.observe_from(
             answered, [&] { return commit_rows() == found && shows_rows(); }));
+        support::choose(support::window_with(IDC_COMMIT_LIST), IDC_CLEAR_FILTER);
+        stage.watch.observe_from(Clock::now(), [&] { return commit_rows() == commits; });
+        stage.watch.settle();
+
+        select_branch(stage);
+        const Clock::time_point chosen = Clock::now();
+        first.revlane.push_back(stage.watch.observe(
+            [&] { support::choose(stage.control(IDC_BRANCHES_LIST), ID_SHOW_BRANCH); },
+            [&] { return support::cell(commit_list(), 0, ID_COLUMN) == other && shows_rows(); }));
+        count.revlane.push_back(
+            stage.watch.observe_from(chosen, [&] { return commit_rows() == others; }));
         SendMessageW(support::window_with(IDC_COMMIT_LIST), WM_CLOSE, 0, 0);
         stage.rest();
 
-        first.git.push_back(time_git(folder, L"log -200"));
+        const Milliseconds page = time_git(folder, L"log -200");
+        opened.git.push_back(page);
+        first.git.push_back(page);
         count.git.push_back(time_git(folder, L"rev-list --count HEAD"));
         last.git.push_back(time_git(folder, L"log"));
         filter.git.push_back(time_git(folder, SEARCH));
