@@ -1,11 +1,14 @@
 #include "git/diffs.h"
 
+#include "git/folder_listings.h"
 #include "git/objects.h"
 #include "git/references.h"
 #include "win32/text.h"
 
 #include <git2/sys/repository.h>
 
+#include <cstddef>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -93,6 +96,26 @@ int on_progress(const git_diff*, const char*, const char*, void* payload) noexce
     return cancellation.cancelled ? GIT_EUSER : GIT_OK;
 }
 
+// Below this many folders the threads would take longer to start than they save.
+constexpr std::size_t MANY_FOLDERS = 64;
+
+// Lists the folders of the working tree ahead of the diff. Null: there are few, or the index cannot be
+// read, which the diff reports.
+std::unique_ptr<FolderListings> list_ahead(git_repository* repository)
+{
+    git_index* found = nullptr;
+    if (git_repository_index(&found, repository) != 0)
+        return nullptr;
+    const Index index(found);
+    const char* workdir = git_repository_workdir(repository);
+    if (workdir == nullptr || git_index_entrycount(index.get()) < MANY_FOLDERS)
+        return nullptr;
+    std::vector<std::string> folders = folders_of(index.get());
+    if (folders.size() < MANY_FOLDERS)
+        return nullptr;
+    return std::make_unique<FolderListings>(workdir, std::move(folders));
+}
+
 int collect_submodule(git_submodule* submodule, const char*, void* payload) noexcept
 {
     // No exception may pass through libgit2.
@@ -174,6 +197,9 @@ Result<std::vector<FileChange>> diff_index_to_workdir(git_repository* repository
         options.progress_cb = on_progress;
         options.payload = &cancellation;
     }
+    const std::unique_ptr<FolderListings> listings = list_ahead(repository);
+    if (listings)
+        options.directory_lister = &listings->lister();
     git_diff* made = nullptr;
     if (git_diff_index_to_workdir(&made, repository, nullptr, &options) != 0) {
         // libgit2 records nothing of its own for this.

@@ -340,10 +340,36 @@ TEST(WorkingTreeDiffs, AreWhatGitFindsInIndexAndWorkingTree)
         ASSERT_TRUE(unstaged);
         EXPECT_EQ(sorted(*unstaged, NewIds::Left),
                   sorted(unstaged_by_git(repository), NewIds::Left));
+        EXPECT_TRUE(std::is_sorted(unstaged->begin(), unstaged->end(),
+                                   [](const FileChange& left, const FileChange& right) {
+                                       return win32::to_utf8(left.new_path) <
+                                              win32::to_utf8(right.new_path);
+                                   }));
     };
     compare("on a branch");
     repository.git({"update-ref", "--no-deref", "HEAD", "HEAD"});
     compare("detached");
+    // So many folders that they are listed ahead of the diff, with names that sort around a slash.
+    repository.script(R"(
+        for name in a a-b a.b a0 Ä $(seq 100 199); do
+            mkdir -p "many/$name/x/y"
+            echo "$name" | tee "many/$name/file" "many/$name/x/y/file" >"many/$name/x.y"
+        done
+        printf '*\n!kept\n' >many/150/.gitignore
+        git add -f many
+        rm -r many/110 many/111/x many/112/file many/113/x
+        echo 'a file now' >many/110
+        echo 'a file now' >many/113/x
+        rm many/114/file
+        mkdir many/114/file many/a0/empty many/b many/.x
+        for file in 114/file/new a/new a-b/x/y/new a.b/x/new b/new .x/new 150/new 150/kept 151/x.log; do
+            echo new >"many/$file"
+        done
+        for name in a/x.y 100/file 199/x/y/file 150/file; do echo changed >"many/$name"; done
+        rm many/.x/new
+        git update-index --add --cacheinfo 160000,$(git rev-parse HEAD),many/115/module
+    )");
+    compare("many folders");
 }
 
 TEST(WorkingTreeDiffs, UnbornBranch)
@@ -377,7 +403,7 @@ TEST(WorkingTreeDiffs, ThousandsOfChangesAndTheirCancellation)
     TempRepository repository;
     std::string stream = "commit refs/heads/main\n"
                          "committer A <a@example.invalid> 1709294400 +0000\ndata 0\n";
-    const auto name = [](int i) { return fmt::format("folder {}/file {}", i % 50, i); };
+    const auto name = [](int i) { return fmt::format("folder {}/file {}", i % 100, i); };
     for (int i = 0; i < count; ++i)
         stream += fast_import_file("100644", name(i), fmt::format("{}\n", i));
     repository.fast_import(stream);

@@ -10,7 +10,7 @@
 vcpkg_check_linkage(ONLY_STATIC_LIBRARY)
 
 file(GLOB patches "${CURRENT_PORT_DIR}/libgit2-*.patch")
-list(SORT patches)
+list(SORT patches COMPARE NATURAL)
 vcpkg_from_git(
     OUT_SOURCE_PATH SOURCE_PATH
     URL https://github.com/libgit2/libgit2.git
