@@ -305,7 +305,7 @@ ChangesListBase::View ChangesListBase::view() const
 void ChangesListBase::restore(const View& view, const Rows& former)
 {
     const RowsByPath rows(changes_);
-    {
+    if (!view.selected.empty()) {
         const RedrawPause pause(list_);
         const win32::Subclass::Pause unwatched(subclass_);
         for (const std::size_t selected : view.selected)
