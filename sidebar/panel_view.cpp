@@ -325,6 +325,8 @@ bool PanelView::draw_item(const DRAWITEMSTRUCT& item) const
 win32::Handled PanelView::on_mouse(const win32::Message& message)
 {
     const POINT point{GET_X_LPARAM(message.lparam), GET_Y_LPARAM(message.lparam)};
+    if (message.id >= WM_MOUSEFIRST && message.id <= WM_MOUSELAST)
+        relay_to_tooltips(tips_.get(), message);
     switch (message.id) {
     case WM_SETCURSOR: {
         POINT cursor{};

@@ -41,6 +41,16 @@ TooltipWindow make_tooltip_window(HWND dialog)
     return window;
 }
 
+void relay_to_tooltips(HWND window, const win32::Message& message)
+{
+    MSG relayed{};
+    relayed.hwnd = message.window;
+    relayed.message = message.id;
+    relayed.wParam = message.wparam;
+    relayed.lParam = message.lparam;
+    SendMessageW(window, TTM_RELAYEVENT, 0, reinterpret_cast<LPARAM>(&relayed));
+}
+
 void Tooltip::attach(HWND window, HWND control, const std::wstring& text)
 {
     window_ = window;
@@ -67,7 +77,6 @@ void Tooltip::set_text(const std::wstring& text)
 void Tooltip::cover_disabled()
 {
     TTTOOLINFOW tool = over_place(control_, text_);
-    tool.uFlags = TTF_SUBCLASS;
     GetWindowRect(control_, &tool.rect);
     MapWindowPoints(nullptr, tool.hwnd, reinterpret_cast<POINT*>(&tool.rect), 2);
     SendMessageW(window_, covers_disabled_ ? TTM_NEWTOOLRECTW : TTM_ADDTOOLW, 0,

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "win32/handle.h"
+#include "win32/window.h"
 
 #include <windows.h>
 
@@ -15,14 +16,20 @@ using TooltipWindow = win32::UniqueHandle<HWND, ::DestroyWindow>;
 
 TooltipWindow make_tooltip_window(HWND dialog);
 
+// Tells the tooltip window of a mouse message to its dialog, where the pointer may be over a disabled
+// control. The tooltip window would find out by itself if it took a subclass of the dialog; that is
+// left out since the common controls look properties of the dialog up for it with each message, also
+// with each row of a list that is filled.
+void relay_to_tooltips(HWND window, const win32::Message& message);
+
 // What the tooltip window shows over one control.
 class Tooltip {
 public:
     // `window` shows it as long as it lives. An empty text shows nothing.
     void attach(HWND window, HWND control, const std::wstring& text);
     void set_text(const std::wstring& text);
-    // Shows the text over a disabled control too, which gets no mouse messages of its own. To be
-    // called again when the control has moved.
+    // Shows the text over a disabled control too, whose mouse messages go to the dialog: see
+    // relay_to_tooltips. To be called again when the control has moved.
     void cover_disabled();
 
 private:

@@ -40,6 +40,15 @@ bool contains(const std::wstring& text, std::wstring_view part)
     return text.find(part) != std::wstring::npos;
 }
 
+bool a_tooltip_is_shown()
+{
+    HWND tooltip = nullptr;
+    do
+        tooltip = FindWindowExW(nullptr, tooltip, TOOLTIPS_CLASSW, nullptr);
+    while (tooltip != nullptr && IsWindowVisible(tooltip) == FALSE);
+    return tooltip != nullptr;
+}
+
 // A repository with one commit of some files.
 TempRepository with_files()
 {
@@ -305,6 +314,13 @@ TEST(Sidebar, FetchesPullsAndPushes)
     ASSERT_TRUE(panel.wait_text(IDC_PUSH, L"Publish"));
     EXPECT_FALSE(enabled(IDC_PULL));
     EXPECT_FALSE(enabled(IDC_PUSH));
+    // A disabled button has its tooltip though the mouse messages over it go to the dialog.
+    EXPECT_FALSE(a_tooltip_is_shown());
+    RECT pull{};
+    GetWindowRect(panel.control(IDC_PULL), &pull);
+    SetCursorPos((pull.left + pull.right) / 2, (pull.top + pull.bottom) / 2);
+    EXPECT_TRUE(panel.wait(a_tooltip_is_shown));
+    SetCursorPos(0, 0);
 
     const TempRepository remote = repository.add_bare_remote();
     SendMessageW(panel.dialog(), revlane::WM_REVLANE_REFRESH, 0, 0);
