@@ -196,7 +196,7 @@ private:
     std::optional<ReferenceStamps> stamps_;  // of the last refresh's beginning
     bool refresh_waits_ = false;
     bool has_changes_ = false;  // the list of changes was filled since the repository is shown
-    bool changes_are_stale_ = false;  // the last refresh of the list has failed
+    bool changes_are_stale_ = false;  // the last refresh of the list has failed or goes on
     bool refresh_error_shown_ = false;
 
     DirectoryWatcher watcher_;

@@ -22,8 +22,8 @@ constexpr UINT LOOK_AGAIN_MS = 700;
 // Requests that come before the next one is carried out are one.
 void ChangesSidebar::refresh()
 {
-    if (repository_ && !std::exchange(refresh_waits_, true))
-        PostMessageW(dialog_, WM_PANEL_REFRESH, 0, 0);
+    if (repository_ && !refresh_waits_)
+        refresh_waits_ = PostMessageW(dialog_, WM_PANEL_REFRESH, 0, 0) != FALSE;
 }
 
 void ChangesSidebar::on_refresh()
@@ -38,6 +38,8 @@ void ChangesSidebar::on_refresh()
     // First, so that whatever changes from here on is seen as a change. The rest follows when the
     // list's answer arrives.
     read_stamps(true);
+    // Until the answer is here, which never comes when the repository cannot be opened at this moment.
+    changes_are_stale_ = true;
     changes_.refresh();
 }
 
@@ -145,7 +147,7 @@ void ChangesSidebar::on_state(PanelState state)
 }
 
 // Looks whether another program has changed HEAD, the index or a reference, which the watcher does
-// not report. A refresh that failed is tried again.
+// not report. A refresh that failed, or that was never answered, is tried again.
 void ChangesSidebar::check_stamps()
 {
     const bool is_worth_it = repository_ && stamps_ && IsWindowVisible(dialog_) &&

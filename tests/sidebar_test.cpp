@@ -423,6 +423,24 @@ TEST(Sidebar, HoldsTenThousandFilesAndStaysQuick)
         [&] { return count(IDC_STAGED_LIST) == 300 && count(IDC_CHANGES_LIST) == 9700; }));
 }
 
+// Nothing else would ask for it: the watcher does not look into the repository's own folder.
+TEST(Sidebar, TriesARefreshAgainThatCouldNotBegin)
+{
+    const TempRepository repository = with_files();
+    Panel panel(repository);
+    ASSERT_TRUE(panel.agrees_with_git());
+    const std::filesystem::path objects = repository.path() / L".git" / L"objects";
+    const std::filesystem::path away = repository.path() / L".git" / L"away";
+    std::filesystem::rename(objects, away);
+    repository.write_file("a.txt", "changed meanwhile");
+    PostMessageW(panel.dialog(), revlane::WM_REVLANE_REFRESH, 0, 0);
+    // Longer than a second look after a change of a file would take.
+    panel.driver().wait([] { return false; }, std::chrono::seconds(1));
+    EXPECT_TRUE(panel.rows(IDC_CHANGES_LIST).empty());
+    std::filesystem::rename(away, objects);
+    EXPECT_TRUE(panel.agrees_with_git());
+}
+
 TEST(Sidebar, FollowsTheDocumentToItsRepositoryAndKeepsItElsewhere)
 {
     const TempRepository first = with_files();
