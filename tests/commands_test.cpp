@@ -14,6 +14,7 @@
 #include <functional>
 #include <future>
 #include <sstream>
+#include <thread>
 
 namespace {
 
@@ -557,6 +558,44 @@ TEST_F(Staging, LeavesTheIndexThatGitWouldHaveMade)
 
     // A path that has gone and was never there is no failure: there is nothing left to stage.
     EXPECT_TRUE(stage({L"never was.txt"}).ok);
+}
+
+// git compares times by the second, unless it was built otherwise: a file that was saved again within
+// the second of its entry, as long as before, looks to it as staged. Only an index of that same second
+// makes it look closer, or an entry that says so. Whoever writes the index later has to see to that.
+TEST_F(Staging, LeavesAFileModifiedThatWasSavedTwiceInOneSecond)
+{
+    using std::chrono::floor;
+    using std::chrono::seconds;
+    using std::chrono::system_clock;
+    const auto wait_for_second = [] {
+        const auto now = system_clock::now();
+        std::this_thread::sleep_until(floor<seconds>(now) + seconds(1));
+    };
+    const std::function<void()> ways[] = {
+        [&] {
+            repository_.git({"add", "changed.txt"});
+        },
+        [&] { EXPECT_TRUE(stage({L"changed.txt"}).ok); },
+    };
+    for (const auto& add : ways) {
+        // A machine that stands still for a moment must not spoil the case.
+        bool is_one_second = false;
+        while (!is_one_second) {
+            wait_for_second();
+            const auto begin = system_clock::now();
+            repository_.write_file("changed.txt", "line 100");
+            add();
+            repository_.write_file("changed.txt", "line 200");
+            is_one_second = floor<seconds>(system_clock::now()) == floor<seconds>(begin);
+        }
+        wait_for_second();
+        repository_.write_file("left.txt", "another file");
+        EXPECT_TRUE(stage({L"left.txt"}).ok);
+        EXPECT_EQ(status_of(repository_),
+                  (std::vector<std::string>{"MM changed.txt", "M  left.txt"}));
+        repository_.git({"reset", "-q", "--hard"});
+    }
 }
 
 TEST_F(Staging, LeavesConversionsToGitThatOnlyGitKnows)
