@@ -496,6 +496,66 @@ TEST(Sidebar, StandsWithoutARepository)
     EXPECT_TRUE(IsWindow(dialog));
 }
 
+// What Windows knows of kinds of files and addresses is, for this process, a program that writes down
+// how it was started.
+class RecordedShell {
+public:
+    RecordedShell()
+    {
+        EXPECT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, KEY, 0, nullptr, REG_OPTION_NON_VOLATILE,
+                                  KEY_ALL_ACCESS, nullptr, &classes_, nullptr),
+                  ERROR_SUCCESS);
+        for (const wchar_t* command :
+             {LR"(https\shell\open\command)", LR"(Folder\shell\explore\command)"}) {
+            const std::wstring line = LR"(git.exe shell "%1")";
+            EXPECT_EQ(RegSetKeyValueW(classes_, command, nullptr, REG_SZ, line.c_str(),
+                                      static_cast<DWORD>((line.size() + 1) * sizeof(wchar_t))),
+                      ERROR_SUCCESS);
+        }
+        EXPECT_EQ(
+            RegSetKeyValueW(classes_, L"https", L"URL Protocol", REG_SZ, L"", sizeof(wchar_t)),
+            ERROR_SUCCESS);
+        EXPECT_EQ(RegOverridePredefKey(HKEY_CLASSES_ROOT, classes_), ERROR_SUCCESS);
+    }
+    ~RecordedShell()
+    {
+        RegOverridePredefKey(HKEY_CLASSES_ROOT, nullptr);
+        RegCloseKey(classes_);
+        RegDeleteTreeW(HKEY_CURRENT_USER, KEY);
+    }
+    RecordedShell(const RecordedShell&) = delete;
+    RecordedShell& operator=(const RecordedShell&) = delete;
+
+    // What it was last asked to open; nothing when it was not asked within the pump's deadline.
+    std::wstring opened(Panel& panel)
+    {
+        std::vector<support::RecordedRun> runs;
+        panel.wait([&] {
+            runs = git_.take_runs();
+            return !runs.empty();
+        });
+        return runs.empty() ? std::wstring() : runs.back().arguments.back();
+    }
+
+private:
+    static constexpr const wchar_t* KEY = LR"(Software\Revlane tests)";
+    HKEY classes_ = nullptr;
+    support::RecordedGit git_;
+};
+
+TEST(Sidebar, OpensTheFolderAndTheRemoteOutsideTheEditor)
+{
+    const TempRepository repository = with_files();
+    repository.git({"remote", "add", "origin", "git@example.com:group/näme.git"});
+    Panel panel(repository);
+    ASSERT_TRUE(panel.agrees_with_git());
+    RecordedShell shell;
+    panel.choose(ID_OPEN_REMOTE);
+    EXPECT_EQ(shell.opened(panel), L"https://example.com/group/näme.git");
+    panel.choose(ID_OPEN_FOLDER);
+    EXPECT_EQ(shell.opened(panel), repository.path().native());
+}
+
 TEST(Sidebar, SaysThatTheRepositoryIsGone)
 {
     const TempRepository repository = with_files();
