@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -70,14 +71,13 @@ int count_commits(const std::filesystem::path& folder, const char* branch)
     return std::atoi(support::run_git(folder, {"rev-list", "--count", branch}).output.c_str());
 }
 
-void select_branch(const Stage& stage)
+// The row of the other branch in the branches list, once that is filled.
+std::optional<int> branch_row(const Stage& stage)
 {
-    const HWND list = stage.control(IDC_BRANCHES_LIST);
-    const std::vector<std::wstring> names = support::column(list, 0);
+    const std::vector<std::wstring> names = support::column(stage.control(IDC_BRANCHES_LIST), 0);
     const auto found = std::find(names.begin(), names.end(), win32::to_wide(OTHER_BRANCH));
-    if (found == names.end())
-        throw std::runtime_error("a branch is not listed");
-    support::select_only(list, {static_cast<int>(found - names.begin())});
+    return found != names.end() ? std::optional(static_cast<int>(found - names.begin()))
+                                : std::nullopt;
 }
 
 int count_lines(const std::string& text)
@@ -137,7 +137,8 @@ Run history(const Stage& stage, const wchar_t* repository, const std::string& na
         stage.watch.observe_from(Clock::now(), [&] { return commit_rows() == commits; });
         stage.watch.settle();
 
-        select_branch(stage);
+        stage.watch.observe_from(Clock::now(), [&] { return branch_row(stage).has_value(); });
+        support::select_only(stage.control(IDC_BRANCHES_LIST), {*branch_row(stage)});
         const Clock::time_point chosen = Clock::now();
         first.revlane.push_back(stage.watch.observe(
             [&] { support::choose(stage.control(IDC_BRANCHES_LIST), ID_SHOW_BRANCH); },
