@@ -1,4 +1,6 @@
 #include "git/git.h"
+#include "git/handles.h"
+#include "git/references.h"
 #include "tests/support/temp_repository.h"
 #include "win32/text.h"
 
@@ -130,6 +132,44 @@ TEST(CommitGraph, IsReadAsTheMachinesGitWritesIt)
     const std::string objects = repository.path_text() + "/.git/objects";
     EXPECT_EQ(git_commit_graph_open(&graph, objects.c_str()), 0) << git_error_last()->message;
     git_commit_graph_free(graph);
+}
+
+// A walk holds the commits of the file by their positions in it, which git may change meanwhile. Some
+// commits are not in the file, one has more parents than have their place beside it, and one is
+// reached by two ways.
+TEST(CommitGraph, MayBeWrittenAnewDuringAWalk)
+{
+    constexpr int commits = 9;
+    const TempRepository repository;
+    repository.script(R"(commit 1; commit 2; git branch a; git branch b; commit 3
+        git checkout -q a; commit 4; git checkout -q b; commit 5; git checkout -q main
+        now=$((now + 60)); GIT_COMMITTER_DATE="$now +0000" git merge -q -s ours -m 6 a b
+        commit 7; commit 8; commit 9)");
+    const std::string expected = repository.git({"rev-list", "HEAD"});
+    for (int step = 0; step < commits; ++step) {
+        repository.script("rm -f .git/objects/info/commit-graph\n"
+                          "git rev-parse main~2 | git commit-graph write --stdin-commits");
+        const std::shared_ptr<git_repository> opened = repository.open();
+        git_odb* found = nullptr;
+        ASSERT_EQ(git_repository_odb(&found, opened.get()), 0);
+        const git::Owned<git_odb, git_odb_free> objects(found);
+        git_revwalk* started = nullptr;
+        ASSERT_EQ(git_revwalk_new(&started, opened.get()), 0);
+        const git::Revwalk walk(started);
+        ASSERT_EQ(git_revwalk_push_head(started), 0);
+        std::string walked;
+        git_oid id{};
+        for (int count = 0; count < commits; ++count) {
+            if (count == step) {
+                repository.git({"commit-graph", "write", "--reachable"});
+                ASSERT_EQ(git_odb_refresh(found), 0);
+            }
+            ASSERT_EQ(git_revwalk_next(&id, started), 0) << step << ", " << count;
+            walked += win32::to_utf8(git::oid_to_text(id)) + "\n";
+        }
+        EXPECT_EQ(git_revwalk_next(&id, started), GIT_ITEROVER);
+        EXPECT_EQ(walked, expected) << step;
+    }
 }
 
 }  // namespace
