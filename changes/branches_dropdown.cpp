@@ -93,7 +93,7 @@ void BranchesDropdown::set_repository(const git::Repository* repository)
 void BranchesDropdown::fill(const git::BranchList& references, const git_reference* current,
                             const std::optional<std::wstring>& unborn)
 {
-    Contents contents{copy_of(references),
+    Contents contents{repo_ != nullptr ? repo_->handle : nullptr, copy_of(references),
                       current != nullptr ? git_reference_name(current) : std::string(), unborn};
     // Items that change under the pointer would be picked by mistake.
     if (is_open())
@@ -111,6 +111,7 @@ void BranchesDropdown::show(Contents contents)
     for (const git::Reference& reference : contents.references)
         names.push_back(win32::to_wide(git::reference_display_name(reference.get())));
     references_ = std::move(contents.references);
+    owner_of_references_ = std::move(contents.repository);
     current_ = std::move(contents.current);
     unborn_ = std::move(contents.unborn);
     if (names != names_) {

@@ -34,6 +34,8 @@ public:
     // The repository to show from now on (null: none); it belongs to the owner and outlives its use.
     // Empties the drop-down.
     void set_repository(const git::Repository* repository);
+    // The same repository, opened anew: the items stay until they are filled.
+    void renew_repository(const git::Repository* repository) noexcept { repo_ = repository; }
 
     // Replaces the items by the references' display names (the handles are copied) and selects
     // `current` (may be null), found by its full name. Unchanged items stay untouched, and while the
@@ -58,6 +60,7 @@ public:
 
 private:
     struct Contents {
+        std::shared_ptr<git_repository> repository;  // that the references belong to
         git::BranchList references;
         std::string current;  // full name; empty: none
         std::optional<std::wstring> unborn;
@@ -75,6 +78,7 @@ private:
     HWND owner_ = nullptr;
     HWND combo_ = nullptr;
     const git::Repository* repo_ = nullptr;
+    std::shared_ptr<git_repository> owner_of_references_;
     git::BranchList references_;
     std::vector<std::wstring> names_;  // as shown, one an item
     std::string current_;

@@ -72,6 +72,13 @@ bool handle_key(HWND dialog, MSG& message)
     return false;
 }
 
+// Leaves a text alone that stands there already: setting it again would flicker and scroll.
+void set_text(HWND window, const std::wstring& text)
+{
+    if (win32::window_text(window) != text)
+        SetWindowTextW(window, text.c_str());
+}
+
 class HistoryWindow {
 public:
     explicit HistoryWindow(const HistoryRequest& request);
@@ -98,12 +105,14 @@ private:
     void open_repository(const std::filesystem::path& path);
     void close_repository();
     void reload();
+    void on_reload();
     void read_repository();
     const ReferenceMap& references();
     void fill_branches();
     void set_revision(std::string name);
     void show_start(bool anew, bool again = false);
     void show_file_history(const std::wstring& path);
+    [[nodiscard]] std::optional<git_oid> current_start() const;
     [[nodiscard]] bool has_search() const;
     [[nodiscard]] bool may_find_more() const;
     void search(bool fill_first = false);
@@ -117,7 +126,6 @@ private:
     void show_error(const git::Error& error) const;
 
     void lay_out();
-    void set_text(int id, const std::wstring& text) const;
     void update_state();
     [[nodiscard]] std::wstring empty_text() const;
     [[nodiscard]] std::wstring state_text() const;
@@ -260,7 +268,7 @@ win32::Handled HistoryWindow::on_posted_message(const win32::Message& message)
             set_revision(*name);
         return 0;
     case WM_REVLANE_RELOAD_REFERENCES:
-        reload();
+        on_reload();
         return 0;
     default:
         return std::nullopt;
@@ -278,7 +286,6 @@ LRESULT HistoryWindow::on_init(HWND dialog)
                  static_cast<LPARAM>(EDIT_ALLOW_ALL_LINE_ENDS));
     files_.init(item(IDC_FILES_TREE));
     branches_.attach(dialog, item(IDC_HISTORY_BRANCH));
-    list_.init(dialog);
     // First, so that the controls are laid out once, for what they are to show.
     read_repository();
     const RECT& window = placement.window;
@@ -286,9 +293,13 @@ LRESULT HistoryWindow::on_init(HWND dialog)
                  window.bottom - window.top, SWP_NOZORDER | SWP_NOACTIVATE);
     // Filled before it is shown: the commits are counted while it is drawn. An error box may stand in
     // between, during which the window may go.
-    show_start(true);
+    list_.set_repository(repository_);
+    list_.set_start(current_start());
+    list_.init(dialog);
     if (!IsWindow(dialog))
         return FALSE;
+    lay_out();
+    update_state();
     ShowWindow(dialog, placement.is_maximized ? SW_SHOWMAXIMIZED : SW_SHOW);
     SetFocus(list_.window());
     list_.draw();
@@ -298,7 +309,9 @@ LRESULT HistoryWindow::on_init(HWND dialog)
 void HistoryWindow::open_repository(const std::filesystem::path& path)
 {
     if (repository_ && path == path_) {
-        reload();
+        // Behind what waits: the branch that is to be shown may have been chosen with it, and its
+        // commits are to be seen first.
+        PostMessageW(dialog_, WM_REVLANE_RELOAD_REFERENCES, 0, 0);
         return;
     }
     if (path != path_) {
@@ -328,17 +341,26 @@ void HistoryWindow::reload()
     show_start(!had_repository || !repository_);
 }
 
+// Requests that wait are carried out as one.
+void HistoryWindow::on_reload()
+{
+    MSG waiting{};
+    while (PeekMessageW(&waiting, dialog_, WM_REVLANE_RELOAD_REFERENCES,
+                        WM_REVLANE_RELOAD_REFERENCES, PM_REMOVE | PM_NOYIELD)) {
+    }
+    reload();
+}
+
 // Opens the repository anew, and reads what does not depend on the commits that are shown.
 void HistoryWindow::read_repository()
 {
-    branches_.set_repository(nullptr);
-    current_.reset();
-    references_.reset();
     git::Result<git::Repository> opened = git::open_repository(path_);
     if (!opened) {
         close_repository();
         return;
     }
+    current_.reset();
+    references_.reset();
     repository_ = std::move(*opened);
     fill_branches();
 }
@@ -346,7 +368,7 @@ void HistoryWindow::read_repository()
 void HistoryWindow::fill_branches()
 {
     git_repository* repository = repository_->handle.get();
-    branches_.set_repository(&*repository_);
+    branches_.renew_repository(&*repository_);
     unborn_branch_.clear();
     git_reference* found = nullptr;
     git::Reference head;
@@ -387,11 +409,7 @@ void HistoryWindow::set_revision(std::string name)
 // it is to be filled `anew`; what was searched for is then searched for again only if `again`.
 void HistoryWindow::show_start(bool anew, bool again)
 {
-    std::optional<git_oid> start;
-    if (current_ != nullptr) {
-        if (const git::Result<git_oid> target = git::reference_target(current_.get()))
-            start = *target;
-    }
+    const std::optional<git_oid> start = current_start();
     const std::optional<git_oid>& shown = list_.start();
     const bool has_moved =
         start.has_value() != shown.has_value() || (start && !git_oid_equal(&*start, &*shown));
@@ -416,6 +434,15 @@ void HistoryWindow::show_start(bool anew, bool again)
         return;
     lay_out();
     update_state();
+}
+
+// The commit that the current reference is at; nothing: an unborn branch.
+std::optional<git_oid> HistoryWindow::current_start() const
+{
+    if (current_ == nullptr)
+        return std::nullopt;
+    const git::Result<git_oid> target = git::reference_target(current_.get());
+    return target ? std::optional(*target) : std::nullopt;
 }
 
 bool HistoryWindow::has_search() const
@@ -600,8 +627,9 @@ void HistoryWindow::clear_details()
 void HistoryWindow::show_details(const git::Commit& commit)
 {
     const git_oid& id = *git_commit_id(commit.get());
-    set_text(IDC_COMMIT_DETAILS, commit_details_text(commit.get(), references(),
-                                                     host::load_text(IDS_REFERENCES_HEADING)));
+    set_text(
+        item(IDC_COMMIT_DETAILS),
+        commit_details_text(commit.get(), references(), host::load_text(IDS_REFERENCES_HEADING)));
     if (!shown_commit_ || !git_oid_equal(&*shown_commit_, &id))
         files_.show(repository_->handle, commit.get());
     shown_commit_ = id;
@@ -787,13 +815,6 @@ void HistoryWindow::lay_out()
     placement_.apply(dialog_, parts);
 }
 
-// Leaves a text alone that stands there already: setting it again would flicker and scroll.
-void HistoryWindow::set_text(int id, const std::wstring& text) const
-{
-    if (win32::window_text(item(id)) != text)
-        SetWindowTextW(item(id), text.c_str());
-}
-
 void HistoryWindow::update_state()
 {
     if (list_.has_filter() && list_.is_filter_current())
@@ -802,12 +823,12 @@ void HistoryWindow::update_state()
     const std::wstring branch = current_ != nullptr
                                     ? win32::to_wide(git::reference_display_name(current_.get()))
                                     : unborn_branch_;
-    SetWindowTextW(dialog_, text_with(IDS_HISTORY_TITLE, name).c_str());
-    set_text(IDC_HISTORY_TITLE, branch.empty()
-                                    ? path_.native()
-                                    : text_with(IDS_HISTORY_HEADING, path_.native(), branch));
-    set_text(IDC_HISTORY_STATE, state_text());
-    set_text(IDC_HISTORY_EMPTY, empty_text());
+    set_text(dialog_, text_with(IDS_HISTORY_TITLE, name));
+    set_text(item(IDC_HISTORY_TITLE), branch.empty()
+                                          ? path_.native()
+                                          : text_with(IDS_HISTORY_HEADING, path_.native(), branch));
+    set_text(item(IDC_HISTORY_STATE), state_text());
+    set_text(item(IDC_HISTORY_EMPTY), empty_text());
     if (list_.is_filtering() || list_.is_counting())
         SetTimer(dialog_, STATE_TIMER, STATE_INTERVAL, nullptr);
     else

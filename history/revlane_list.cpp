@@ -106,8 +106,10 @@ void RevlaneList::init(HWND host)
         const RedrawPause pause(list_);
         insert_columns();
     }
+    // The host may go while an error box stands.
+    const HWND list = list_;
     refresh();
-    PostMessageW(list_, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(list_), TRUE);
+    PostMessageW(list, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(list), TRUE);
 }
 
 void RevlaneList::insert_columns()
@@ -143,18 +145,15 @@ void RevlaneList::set_start(std::optional<git_oid> start)
 void RevlaneList::refresh()
 {
     cancel_count();
-    const git::Result<bool> filled = [this] {
+    const git::Result<void> filled = [this] {
         const RedrawPause pause(list_);
         SendMessageW(list_, LVM_DELETEALLITEMS, 0, 0);
         return fill();
     }();
-    if (filled)
-        draw();
-    // Last, since anything may be gone once a box is closed.
+    draw();
+    // Last, since anything may be gone once the box is closed.
     if (!filled)
         win32::show_error(list_, git::to_wide(filled.error()));
-    else if (*filled)
-        count_revisions();
 }
 
 void RevlaneList::draw() const
@@ -162,10 +161,10 @@ void RevlaneList::draw() const
     UpdateWindow(list_);
 }
 
-git::Result<bool> RevlaneList::fill()
+git::Result<void> RevlaneList::fill()
 {
     if (!repository_)
-        return false;
+        return {};
     git_repository* repository = repository_->handle.get();
     model_->clear_walk();
     if (start_) {
@@ -187,20 +186,21 @@ git::Result<bool> RevlaneList::fill()
         select_rows({0});
     else
         post_selection();
-    return is_counted;
+    if (is_counted)
+        return count_revisions();
+    return {};
 }
 
-void RevlaneList::count_revisions()
+git::Result<void> RevlaneList::count_revisions()
 {
     cancel_count();
     if (!repository_ || !start_)
-        return;
+        return {};
     git::Result<git::Repository> opened = git::open_repository(repository_->path);
-    if (!opened) {
-        win32::show_error(list_, git::to_wide(opened.error()));
-        return;
-    }
+    if (!opened)
+        return tl::unexpected(std::move(opened.error()));
     count_.start(list_, std::move(*opened), *start_);
+    return {};
 }
 
 void RevlaneList::cancel_count()
@@ -643,10 +643,15 @@ void RevlaneList::fit_columns()
                           GetSystemMetrics(SM_CXVSCROLL);
     const CommitColumns columns = fit_commit_columns(
         available, dpi, text_width(list_, L"00/00/00 00:00:00 AM"), text_width(list_, L"0000000"));
-    ListView_SetColumnWidth(list_, COLUMN_AUTHOR, columns.author);
-    ListView_SetColumnWidth(list_, COLUMN_DATE, columns.date);
-    ListView_SetColumnWidth(list_, COLUMN_ID, columns.id);
-    ListView_SetColumnWidth(list_, COLUMN_SUMMARY, columns.summary);
+    // One that has its width would lay the list out anew.
+    const auto fit = [this](Column column, int width) {
+        if (ListView_GetColumnWidth(list_, column) != width)
+            ListView_SetColumnWidth(list_, column, width);
+    };
+    fit(COLUMN_AUTHOR, columns.author);
+    fit(COLUMN_DATE, columns.date);
+    fit(COLUMN_ID, columns.id);
+    fit(COLUMN_SUMMARY, columns.summary);
 }
 
 }  // namespace revlane

@@ -59,8 +59,8 @@ public:
     void filter(const std::wstring& revision, const Filter::State& state);
     // Back to the unfiltered list; a search that runs is ended.
     void clear_filter();
-    // Counts the whole walk in the background.
-    void count_revisions();
+    // Counts the whole walk in the background; an error when the repository cannot be opened for it.
+    git::Result<void> count_revisions();
 
     // Lists the commits from the start on that changed one file (repository-relative), found in the
     // background: by git, which follows it over renames, or by libgit2 where there is no git.
@@ -113,8 +113,8 @@ private:
     void on_create_branch();
     void post_selection();
 
-    // What comes of filling the list: whether the rows beyond it are to be counted.
-    git::Result<bool> fill();
+    // Fills the list, and has the rows beyond it counted while they are drawn.
+    git::Result<void> fill();
     void filter_by_id(const std::wstring& text);
     void post_filtered(FilterResult result);
     void cancel_count();
