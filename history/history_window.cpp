@@ -17,6 +17,7 @@
 #include "history/files_tree.h"
 #include "history/filter_dialog.h"
 #include "history/history_layout.h"
+#include "history/history_texts.h"
 #include "history/reference_map.h"
 #include "history/revlane_list.h"
 #include "history/window_placement.h"
@@ -128,8 +129,6 @@ private:
     void lay_out();
     void update_state();
     [[nodiscard]] std::wstring empty_text() const;
-    [[nodiscard]] std::wstring state_text() const;
-    [[nodiscard]] std::wstring filter_text() const;
     [[nodiscard]] std::wstring revision_argument() const;
     [[nodiscard]] bool is_on_splitter(POINT client) const;
     [[nodiscard]] int text_width(int control) const;
@@ -818,16 +817,18 @@ void HistoryWindow::lay_out()
 void HistoryWindow::update_state()
 {
     if (list_.has_filter() && list_.is_filter_current())
-        in_force_ = filter_text();
+        in_force_ = filter_text(filter_, file_path_);
     const std::wstring name = path_.filename().native();
     const std::wstring branch = current_ != nullptr
                                     ? win32::to_wide(git::reference_display_name(current_.get()))
                                     : unborn_branch_;
     set_text(dialog_, text_with(IDS_HISTORY_TITLE, name));
-    set_text(item(IDC_HISTORY_TITLE), branch.empty()
-                                          ? path_.native()
-                                          : text_with(IDS_HISTORY_HEADING, path_.native(), branch));
-    set_text(item(IDC_HISTORY_STATE), state_text());
+    set_text(item(IDC_HISTORY_TITLE), heading_text(path_, branch));
+    set_text(item(IDC_HISTORY_STATE), state_text({.count = list_.item_count(),
+                                                  .is_searching = list_.is_filtering(),
+                                                  .is_counting = list_.is_counting(),
+                                                  .has_filter = list_.has_filter()},
+                                                 in_force_));
     set_text(item(IDC_HISTORY_EMPTY), empty_text());
     if (list_.is_filtering() || list_.is_counting())
         SetTimer(dialog_, STATE_TIMER, STATE_INTERVAL, nullptr);
@@ -840,29 +841,6 @@ std::wstring HistoryWindow::empty_text() const
     if (!repository_)
         return text_with(IDS_REPOSITORY_GONE, path_.native());
     return text_with(IDS_HISTORY_UNBORN, unborn_branch_);
-}
-
-std::wstring HistoryWindow::state_text() const
-{
-    if (list_.is_filtering())
-        return host::load_text(IDS_HISTORY_SEARCHING);
-    const int count = list_.item_count();
-    const std::wstring commits =
-        count == 1 ? host::load_text(IDS_HISTORY_COUNT_ONE) : text_with(IDS_HISTORY_COUNT, count);
-    if (list_.has_filter())
-        return count == 0 ? text_with(IDS_HISTORY_NOTHING_FOUND, in_force_)
-                          : text_with(IDS_HISTORY_FOUND, commits, in_force_);
-    return list_.is_counting() ? text_with(IDS_HISTORY_COUNTING, count) : commits;
-}
-
-std::wstring HistoryWindow::filter_text() const
-{
-    if (!file_path_.empty())
-        return text_with(IDS_FILTER_BY_FILE, file_path_);
-    constexpr std::array texts{IDS_FILTER_BY_MESSAGE, IDS_FILTER_BY_AUTHOR, IDS_FILTER_BY_ID,
-                               IDS_FILTER_BY_TAG};
-    return text_with(static_cast<UINT>(texts[static_cast<std::size_t>(filter_.kind)]),
-                     filter_.text);
 }
 
 }  // namespace
