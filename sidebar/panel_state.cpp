@@ -21,7 +21,11 @@ void read_upstream(PanelState& state, const git_reference* head)
         return;
     const git::Reference upstream(found);
     state.upstream = win32::to_wide(git_reference_shorthand(upstream.get()));
-    if (const auto counts = git::ahead_behind(head, upstream.get()))
+    // Counting walks as far as the two have parted: once is enough.
+    const auto counted = state.tracking.find(git_reference_name(head));
+    if (counted != state.tracking.end())
+        state.counts = counted->second;
+    else if (const auto counts = git::ahead_behind(head, upstream.get()))
         state.counts = *counts;
 }
 
@@ -74,8 +78,8 @@ PanelState read_panel_state(const std::filesystem::path& workdir,
         return state;
     git_repository* opened = repository->handle.get();
     state.has_remote = has_remotes(opened);
-    read_head(state, opened);
     state.tracking = read_tracking(opened, is_cancelled);
+    read_head(state, opened);
     return state;
 }
 
