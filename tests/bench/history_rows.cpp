@@ -100,6 +100,7 @@ Run history(const Stage& stage, const wchar_t* repository, const std::string& na
     Row& filter = table.add("message filter, first row and all, " + name,
                             "git log --pretty=%H --grep=TEXT", 1.05);
     const std::filesystem::path folder = stage.repository(repository);
+    refresh_index(folder);
     const int commits = count_commits(folder, "HEAD");
     const int others = count_commits(folder, OTHER_BRANCH);
     const std::wstring other = win32::to_wide(

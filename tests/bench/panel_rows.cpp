@@ -40,7 +40,7 @@ public:
         if (!std::filesystem::exists(stale_))
             copy_index(index_, stale_);
         copy_index(stale_, index_);
-        time_git(repository, L"status");
+        refresh_index(repository);
         copy_index(index_, fresh_);
     }
     void make_stale() const { copy_index(stale_, index_); }
@@ -185,6 +185,7 @@ Run ahead_and_behind(const Stage& stage, const wchar_t* repository, const std::s
     Row& row = stage.table.add("ahead and behind, " + name,
                                "git rev-list --left-right --count HEAD...@{u}", 0.6);
     const std::filesystem::path folder = stage.repository(repository);
+    refresh_index(folder);
     return [stage, &row, folder] {
         stage.activate(folder);
         const auto is_counted = [&] {

@@ -58,6 +58,11 @@ Milliseconds time_git(const std::filesystem::path& folder, const std::wstring& a
     return time;
 }
 
+void refresh_index(const std::filesystem::path& repository)
+{
+    time_git(repository, L"status");
+}
+
 Milliseconds time_walk(const std::filesystem::path& folder, std::size_t& files)
 {
     const Clock::time_point start = Clock::now();

@@ -12,6 +12,10 @@ namespace bench {
 // Runs "git ARGUMENTS" and drops what it prints. Throws std::runtime_error when git fails.
 Milliseconds time_git(const std::filesystem::path& folder, const std::wstring& arguments);
 
+// Lets git look at every file and write down what it has seen. The machine's own git, which makes the
+// repositories, writes down what tells a program under Wine nothing: it would read all files again.
+void refresh_index(const std::filesystem::path& repository);
+
 // Looks at every file and folder but .git, and counts them.
 Milliseconds time_walk(const std::filesystem::path& folder, std::size_t& files);
 
