@@ -8,17 +8,28 @@
 
 namespace revlane {
 
-void CommitCount::start(HWND list, git::Repository repository, const git_oid& start)
+namespace {
+
+git::Result<std::vector<git_oid>> count(const std::filesystem::path& repository,
+                                        const git_oid& start, const Cancellation& cancel)
+{
+    const git::LibraryScope library;
+    const git::Result<git::Repository> opened = git::open_repository(repository);
+    if (!opened)
+        return tl::unexpected(opened.error());
+    return walk_all(opened->handle.get(), start, [&cancel] { return cancel.is_cancelled(); });
+}
+
+}  // namespace
+
+void CommitCount::start(HWND list, const std::filesystem::path& repository, const git_oid& start)
 {
     cancel();
     list_ = list;
     cancel_ = std::make_shared<Cancellation>();
     counted_ = std::make_shared<std::vector<git_oid>>();
-    slot_.submit([list, repository = std::move(repository), start, counted = counted_,
-                  cancel = cancel_] {
-        const git::LibraryScope library;
-        git::Result<std::vector<git_oid>> walked =
-            walk_all(repository.handle.get(), start, [&cancel] { return cancel->is_cancelled(); });
+    slot_.submit([list, repository, start, counted = counted_, cancel = cancel_] {
+        git::Result<std::vector<git_oid>> walked = count(repository, start, *cancel);
         // The list looks at the ids only once the count has arrived.
         if (walked)
             *counted = std::move(*walked);

@@ -9,6 +9,7 @@
 #include <git2.h>
 #include <windows.h>
 
+#include <filesystem>
 #include <memory>
 #include <vector>
 
@@ -21,9 +22,9 @@ public:
     CommitCount(const CommitCount&) = delete;
     CommitCount& operator=(const CommitCount&) = delete;
 
-    // Walks everything that `start` reaches, in a repository that nobody else uses, and posts
-    // WM_REVLANE_COUNT with a CountResult to `list`. One that runs is cancelled.
-    void start(HWND list, git::Repository repository, const git_oid& start);
+    // Walks everything that `start` reaches, in the repository of a working tree that it opens for
+    // itself, and posts WM_REVLANE_COUNT with a CountResult to `list`. One that runs is cancelled.
+    void start(HWND list, const std::filesystem::path& repository, const git_oid& start);
     // Ends it, and frees an answer that has been posted meanwhile.
     void cancel();
     // To be called when the answer has come: the commits that were counted, in the order of the walk.

@@ -187,20 +187,15 @@ git::Result<void> RevlaneList::fill()
     else
         post_selection();
     if (is_counted)
-        return count_revisions();
+        count_revisions();
     return {};
 }
 
-git::Result<void> RevlaneList::count_revisions()
+void RevlaneList::count_revisions()
 {
     cancel_count();
-    if (!repository_ || !start_)
-        return {};
-    git::Result<git::Repository> opened = git::open_repository(repository_->path);
-    if (!opened)
-        return tl::unexpected(std::move(opened.error()));
-    count_.start(list_, std::move(*opened), *start_);
-    return {};
+    if (repository_ && start_)
+        count_.start(list_, repository_->path, *start_);
 }
 
 void RevlaneList::cancel_count()

@@ -60,7 +60,7 @@ public:
     // Back to the unfiltered list; a search that runs is ended.
     void clear_filter();
     // Counts the whole walk in the background; an error when the repository cannot be opened for it.
-    git::Result<void> count_revisions();
+    void count_revisions();
 
     // Lists the commits from the start on that changed one file (repository-relative), found in the
     // background: by git, which follows it over renames, or by libgit2 where there is no git.
