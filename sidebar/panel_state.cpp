@@ -79,7 +79,9 @@ PanelState read_panel_state(const std::filesystem::path& workdir,
     git_repository* opened = repository->handle.get();
     state.has_remote = has_remotes(opened);
     state.tracking = read_tracking(opened, is_cancelled);
-    read_head(state, opened);
+    // Nobody waits for the answer any more, and the panel waits for this task as it closes.
+    if (!is_cancelled || !is_cancelled())
+        read_head(state, opened);
     return state;
 }
 
