@@ -121,6 +121,7 @@ void Editor::close_frame(Frame& frame)
         return;
     closed_.push_back(std::move(*found));
     frames_.erase(found);
+    frame.leave_screen();
     frame.close_bars();
     if (plugin_)
         plugin_->announce(frame.view(), host::EVENT_FRAME_CLOSED, 0);

@@ -134,8 +134,8 @@ std::uint32_t Frame::dock(HWND dialog, std::wstring title)
     bars_.push_back(std::make_unique<DockedBar>(
         window_, id, dialog, std::move(title), width,
         DockedBar::Events{[this, id] { PostMessageW(window_, WM_CLOSE_BAR, id, 0); },
-                          [this] { on_size(); }}));
-    on_size();
+                          [this] { place_parts(); }}));
+    place_parts();
     return id;
 }
 
@@ -153,7 +153,7 @@ void Frame::close_bar(std::uint32_t id, bool open_again)
     if (IsChild(bar, GetFocus()))
         documents_->focus();
     ShowWindow(bar, SW_HIDE);
-    on_size();
+    place_parts();
     const host::CustomBarClosed closed{id, 0, open_again ? 1U : 0U};
     announce(host::EVENT_CUSTOM_BAR_CLOSED, reinterpret_cast<LPARAM>(&closed));
 }
@@ -162,6 +162,11 @@ void Frame::close_bars()
 {
     while (!bars_.empty())
         close_bar(bars_.back()->id(), true);
+}
+
+void Frame::leave_screen()
+{
+    ShowWindow(window_, SW_HIDE);
 }
 
 void Frame::end_window()
@@ -368,7 +373,15 @@ void Frame::on_size()
     const std::array<int, 3> parts{width - scaled(POSITION_WIDTH + STATE_WIDTH, dpi),
                                    width - scaled(STATE_WIDTH, dpi), -1};
     SendMessageW(status_bar_, SB_SETPARTS, parts.size(), reinterpret_cast<LPARAM>(parts.data()));
+    place_parts();
+}
 
+void Frame::place_parts()
+{
+    RECT area{};
+    GetClientRect(window_, &area);
+    const UINT dpi = GetDpiForWindow(window_);
+    const int width = area.right;
     const int top = height_of(toolbar_->window());
     const int height = std::max(0, static_cast<int>(area.bottom) - top - height_of(status_bar_));
     int left = 0;

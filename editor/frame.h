@@ -48,6 +48,8 @@ public:
     // the next start: yes when it goes because its frame does, no when it was closed by itself.
     void close_bar(std::uint32_t id, bool open_again);
     void close_bars();
+    // Takes the window off the screen ahead of its end, so that nothing is drawn again as its parts go.
+    void leave_screen();
     // Ends the window. The Editor has closed everything in it.
     void end_window();
 
@@ -66,6 +68,8 @@ private:
     void place_window();
     void on_dpi();
     void on_size();
+    // Bars and documents, below the toolbar and above the status bar.
+    void place_parts();
     void on_timer(UINT_PTR timer);
     void on_menu(HMENU menu);
     void fill_languages(HMENU menu) const;

@@ -173,7 +173,9 @@ TEST_F(Endings, TheEditorIsClosedWithTwoFrames)
         EditorDriver& driver = panel.driver();
         const HWND second = open_second(driver).window();
         panel.click(IDC_SHOW_HISTORY);
-        ASSERT_TRUE(panel.wait([&] { return hanging.starts() == 2; }));
+        ASSERT_TRUE(panel.wait([&] {
+            return hanging.starts() == 2 && support::window_with(IDC_HISTORY_STATE) != nullptr;
+        }));
         expect_quick("before the end", driver);
         PostMessageW(second, WM_CLOSE, 0, 0);
         PostMessageW(driver.window(), WM_CLOSE, 0, 0);
