@@ -262,23 +262,17 @@ win32::Handled BranchesList::on_list_message(const win32::Message& message)
         if (references_.empty())
             InvalidateRect(list_, nullptr, TRUE);
         return std::nullopt;
-    case WM_GETDLGCODE: {
-        const LRESULT code =
-            DefSubclassProc(message.window, message.id, message.wparam, message.lparam);
-        return is_asked_for_return(message.lparam) ? code | DLGC_WANTMESSAGE : code;
-    }
+    case WM_GETDLGCODE:
+        return dialog_code_with_return(message);
     case WM_KEYDOWN:
         if (message.wparam != VK_F5)
             return std::nullopt;
         on_refresh();
         return 0;
-    case WM_PAINT: {
-        const LRESULT result =
-            DefSubclassProc(message.window, message.id, message.wparam, message.lparam);
-        if (is_filled_ && references_.empty())
-            paint_empty_text(list_, empty_text_);
-        return result;
-    }
+    case WM_PAINT:
+        if (!is_filled_ || !references_.empty())
+            return std::nullopt;
+        return paint_with_empty_text(message, empty_text_);
     case WM_NCDESTROY:
         win32::drain_owned<std::string>(list_, WM_REVLANE_SET_REVISION);
         list_ = nullptr;

@@ -242,11 +242,8 @@ win32::Handled ChangesListBase::on_list_message(const win32::Message& message)
         if (changes_.empty())
             InvalidateRect(list_, nullptr, TRUE);
         return std::nullopt;
-    case WM_GETDLGCODE: {
-        const LRESULT code =
-            DefSubclassProc(message.window, message.id, message.wparam, message.lparam);
-        return is_asked_for_return(message.lparam) ? code | DLGC_WANTMESSAGE : code;
-    }
+    case WM_GETDLGCODE:
+        return dialog_code_with_return(message);
     case WM_KEYDOWN:
         return on_key(message.wparam) ? win32::Handled(0) : std::nullopt;
     case WM_CHAR:
@@ -254,13 +251,10 @@ win32::Handled ChangesListBase::on_list_message(const win32::Message& message)
         if (message.wparam == CHARACTER_CTRL_A || message.wparam == CHARACTER_CTRL_C)
             return 0;
         return std::nullopt;
-    case WM_PAINT: {
-        const LRESULT result =
-            DefSubclassProc(message.window, message.id, message.wparam, message.lparam);
-        if (is_filled_ && changes_.empty())
-            paint_empty_text(list_, empty_text_);
-        return result;
-    }
+    case WM_PAINT:
+        if (!is_filled_ || !changes_.empty())
+            return std::nullopt;
+        return paint_with_empty_text(message, empty_text_);
     case WM_NCDESTROY:
         list_ = nullptr;
         return std::nullopt;

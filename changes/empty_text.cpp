@@ -6,11 +6,14 @@
 
 namespace revlane {
 
-void paint_empty_text(HWND list, const std::wstring& text)
+LRESULT paint_with_empty_text(const win32::Message& message, const std::wstring& text)
 {
+    const LRESULT result =
+        DefSubclassProc(message.window, message.id, message.wparam, message.lparam);
+    const HWND list = message.window;
     const win32::WindowDc dc(list);
     if (dc.get() == nullptr)
-        return;
+        return result;
     const win32::SelectedObject selected(dc.get(), win32::control_font(list));
     RECT client{};
     GetClientRect(list, &client);
@@ -20,6 +23,7 @@ void paint_empty_text(HWND list, const std::wstring& text)
     SetBkColor(dc.get(), static_cast<COLORREF>(SendMessageW(list, LVM_GETBKCOLOR, 0, 0)));
     DrawTextW(dc.get(), text.data(), static_cast<int>(text.size()), &client,
               DT_CENTER | DT_VCENTER | DT_SINGLELINE | DT_END_ELLIPSIS | DT_NOPREFIX);
+    return result;
 }
 
 }  // namespace revlane

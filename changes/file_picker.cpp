@@ -170,10 +170,7 @@ private:
     {
         if (message.id != WM_PAINT || !request_.changes.empty())
             return std::nullopt;
-        const LRESULT result =
-            DefSubclassProc(message.window, message.id, message.wparam, message.lparam);
-        paint_empty_text(list_, host::load_text(IDS_PICKER_EMPTY));
-        return result;
+        return paint_with_empty_text(message, host::load_text(IDS_PICKER_EMPTY));
     }
 
     win32::Handled on_notify(const NMHDR& header)

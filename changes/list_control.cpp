@@ -102,10 +102,13 @@ POINT keyboard_menu_place(HWND list)
     return place;
 }
 
-bool is_asked_for_return(LPARAM lparam)
+LRESULT dialog_code_with_return(const win32::Message& message)
 {
-    const auto* message = reinterpret_cast<const MSG*>(lparam);
-    return message != nullptr && message->message == WM_KEYDOWN && message->wParam == VK_RETURN;
+    const LRESULT code =
+        DefSubclassProc(message.window, message.id, message.wparam, message.lparam);
+    const auto* key = reinterpret_cast<const MSG*>(message.lparam);
+    const bool is_return = key != nullptr && key->message == WM_KEYDOWN && key->wParam == VK_RETURN;
+    return is_return ? code | DLGC_WANTMESSAGE : code;
 }
 
 }  // namespace revlane

@@ -1,6 +1,8 @@
 // What the list views of Revlane need beyond what Windows brings along. Window thread.
 #pragma once
 
+#include "win32/window.h"
+
 #include <windows.h>
 
 #include <cstddef>
@@ -37,7 +39,8 @@ void scroll_to_top(HWND list, std::size_t row);
 // as far as it is on view; else below the focused one.
 POINT keyboard_menu_place(HWND list);
 
-// Whether a WM_GETDLGCODE is about the Return key, which dialogs otherwise keep for themselves.
-bool is_asked_for_return(LPARAM lparam);
+// The answer to a WM_GETDLGCODE that a subclass of the list sees: the list's own, and the Return key,
+// which dialogs otherwise keep for themselves.
+LRESULT dialog_code_with_return(const win32::Message& message);
 
 }  // namespace revlane

@@ -460,10 +460,7 @@ win32::Handled RevlaneList::handle(const win32::Message& message)
         return 1;
     case WM_GETDLGCODE:
         // Return opens the commit; without this the dialog would take the key.
-        if (!is_asked_for_return(message.lparam))
-            return std::nullopt;
-        return DLGC_WANTMESSAGE |
-               DefSubclassProc(message.window, message.id, message.wparam, message.lparam);
+        return dialog_code_with_return(message);
     case WM_CONTEXTMENU:
         // From the keyboard only: the mouse arrives as NM_RCLICK.
         if (message.lparam != -1)

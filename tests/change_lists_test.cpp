@@ -7,6 +7,7 @@
 #include "resources/ids.h"
 #include "tests/support/list_view.h"
 #include "tests/support/localized_texts.h"
+#include "tests/support/menu_reader.h"
 #include "tests/support/owner_dialog.h"
 #include "tests/support/pump.h"
 #include "tests/support/temp_repository.h"
@@ -26,6 +27,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <semaphore>
 #include <set>
 #include <stdexcept>
@@ -87,18 +89,14 @@ bool is_error_box(HWND window)
     return support::is_box(window) && win32::window_text(window) == L"Error";
 }
 
-// What a context menu showed.
-struct Menu {
-    std::vector<UINT> commands;
-    std::set<UINT> disabled;
-    UINT default_command = 0;
-    RECT rect{};
-};
-
 // A dialog in the place of the panel, with one list.
 class Owner {
 public:
-    Owner() { support::make_owner_dialog(*this); }
+    Owner()
+    {
+        support::make_owner_dialog(*this);
+        menu_reader_.emplace(dialog);
+    }
     ~Owner()
     {
         if (dialog != nullptr)
@@ -120,13 +118,6 @@ public:
         case WM_COMMAND:
             commands.push_back(static_cast<UINT>(message.wparam));
             return 0;
-        case WM_INITMENUPOPUP:
-            read_menu(reinterpret_cast<HMENU>(message.wparam));
-            return 0;
-        case WM_ENTERIDLE:
-            GetWindowRect(reinterpret_cast<HWND>(message.lparam), &menu.rect);
-            EndMenu();
-            return 0;
         case WM_REVLANE_CHANGES:
             results.push_back(win32::take_owned<ChangesResult>(message.wparam));
             order += 'C';
@@ -144,35 +135,30 @@ public:
     }
 
     // What the context menu shows when it is asked for at the cursor.
-    Menu context_menu()
+    support::ShownMenu context_menu()
     {
-        menu = {};
-        SendMessageW(dialog, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(list), MAKELPARAM(5, 5));
-        return menu;
+        return menu_reader_->read([this] {
+            SendMessageW(dialog, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(list), MAKELPARAM(5, 5));
+        });
+    }
+    // And where it is when it is asked for by a key.
+    RECT keyboard_menu_place()
+    {
+        return menu_reader_
+            ->read(
+                [this] { SendMessageW(list, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(list), -1); })
+            .place;
     }
 
     HWND dialog = nullptr;
     HWND list = nullptr;
     ChangesListBase* changes_list = nullptr;
     std::vector<UINT> commands;
-    Menu menu;
     std::vector<std::unique_ptr<ChangesResult>> results;
     std::string order;
 
 private:
-    void read_menu(HMENU popup)
-    {
-        menu.default_command = GetMenuDefaultItem(popup, FALSE, GMDI_USEDISABLED);
-        for (int i = 0; i < GetMenuItemCount(popup); ++i) {
-            const UINT id = GetMenuItemID(popup, i);
-            if (id == 0)
-                continue;
-            menu.commands.push_back(id);
-            const UINT state = GetMenuState(popup, id, MF_BYCOMMAND);
-            if ((state & (MF_DISABLED | MF_GRAYED)) != 0)
-                menu.disabled.insert(id);
-        }
-    }
+    std::optional<support::MenuReader> menu_reader_;
 };
 
 // A list of either kind in its dialog.
@@ -456,14 +442,14 @@ TEST_F(ChangeLists, MenusFollowTheSelection)
     for (const Case& one : cases) {
         SCOPED_TRACE(testing::PrintToString(one.rows));
         select_only(unstaged.owner.list, one.rows);
-        const Menu menu = unstaged.owner.context_menu();
+        const support::ShownMenu menu = unstaged.owner.context_menu();
         EXPECT_EQ(menu.disabled, one.disabled);
         EXPECT_EQ(Ids(menu.commands.begin(), menu.commands.end()),
                   (Ids{40110, 40112, 40058, 40060, 40098, 40101, 40102, 41101}));
         EXPECT_EQ(menu.default_command, 40110u);
 
         select_only(staged.owner.list, one.rows);
-        const Menu staged_menu = staged.owner.context_menu();
+        const support::ShownMenu staged_menu = staged.owner.context_menu();
         EXPECT_EQ(staged_menu.disabled, one.staged_disabled);
         EXPECT_EQ(Ids(staged_menu.commands.begin(), staged_menu.commands.end()),
                   (Ids{40111, 40113, 40057, 40100, 40103, 40104, 41102}));
@@ -480,10 +466,9 @@ TEST_F(ChangeLists, TheKeyboardsMenuIsAtTheSelectedRow)
     staged.changes.set_changes(numbered_changes(100));
     const HWND list = staged.owner.list;
     const auto menu_top = [&] {
-        staged.owner.menu = {};
-        SendMessageW(list, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(list), -1);
-        EXPECT_FALSE(staged.owner.menu.commands.empty());
-        POINT position{0, staged.owner.menu.rect.top};
+        const RECT place = staged.owner.keyboard_menu_place();
+        EXPECT_GT(place.bottom, place.top) << "no menu";
+        POINT position{0, place.top};
         ScreenToClient(list, &position);
         return position.y;
     };

@@ -1,6 +1,7 @@
 #include "git/commands.h"
 
 #include "git/references.h"
+#include "tests/support/lines.h"
 #include "tests/support/recorded_git.h"
 #include "tests/support/temp_repository.h"
 #include "win32/text.h"
@@ -13,25 +14,16 @@
 #include <chrono>
 #include <functional>
 #include <future>
-#include <sstream>
 #include <thread>
 
 namespace {
 
 using git::CommandContext;
 using git::CommandResult;
+using support::lines_of;
 using support::TempRepository;
 
 using Paths = std::vector<std::wstring>;
-
-std::vector<std::string> lines_of(const std::string& text)
-{
-    std::istringstream stream(text);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
-}
 
 // "XY path" for each entry of `git status`.
 std::vector<std::string> status_of(const TempRepository& repository)

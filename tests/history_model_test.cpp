@@ -7,6 +7,7 @@
 #include "history/reference_map.h"
 #include "history/rev_list_with_filter.h"
 #include "history/revision_walk.h"
+#include "tests/support/lines.h"
 #include "tests/support/temp_repository.h"
 #include "win32/text.h"
 
@@ -17,7 +18,6 @@
 #include <array>
 #include <limits>
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -37,18 +37,10 @@ using revlane::splitter_position;
 using revlane::start_walk;
 using revlane::walk_all;
 using revlane::walk_file_history;
+using support::lines_of;
 using support::TempRepository;
 
 constexpr std::uint32_t NO_LIMIT = std::numeric_limits<std::uint32_t>::max();
-
-std::vector<std::string> lines_of(const std::string& text)
-{
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
-}
 
 git_oid oid(const std::string& digits)
 {

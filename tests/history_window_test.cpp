@@ -10,6 +10,7 @@
 #include "git/runner.h"
 #include "plugin/host/messages.h"
 #include "resources/ids.h"
+#include "tests/support/lines.h"
 #include "tests/support/list_view.h"
 #include "tests/support/localized_texts.h"
 #include "tests/support/menu_reader.h"
@@ -38,7 +39,6 @@
 #include <memory>
 #include <optional>
 #include <set>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -64,8 +64,7 @@ LRESULT send(HWND window, UINT message, WPARAM wparam = 0, LPARAM lparam = 0)
 Texts lines_of(const std::string& text)
 {
     Texts lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
+    for (const std::string& line : support::lines_of(text))
         lines.push_back(win32::to_wide(line));
     return lines;
 }

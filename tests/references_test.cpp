@@ -1,30 +1,22 @@
 #include "git/references.h"
 
+#include "tests/support/lines.h"
 #include "tests/support/temp_repository.h"
 #include "win32/text.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <sstream>
 
 namespace {
 
+using support::lines_of;
 using support::TempRepository;
 
 std::vector<std::string> sorted(std::vector<std::string> texts)
 {
     std::sort(texts.begin(), texts.end());
     return texts;
-}
-
-std::vector<std::string> lines_of(const std::string& text)
-{
-    std::istringstream stream(text);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
 }
 
 git::Reference find_reference(git_repository* repository, const char* name)

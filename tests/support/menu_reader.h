@@ -14,7 +14,9 @@ namespace support {
 struct ShownMenu {
     std::vector<UINT> commands;
     std::set<UINT> enabled;
+    std::set<UINT> disabled;
     UINT default_command = 0;
+    RECT place{};  // on the screen
 };
 
 // Sees the menus of their owner, for as long as it lives, and closes each as soon as it stands. The
@@ -40,8 +42,10 @@ private:
 
     win32::Handled look(const win32::Message& message)
     {
-        if (message.id == WM_ENTERIDLE)
+        if (message.id == WM_ENTERIDLE) {
+            GetWindowRect(reinterpret_cast<HWND>(message.lparam), &menu_.place);
             EndMenu();
+        }
         if (message.id != WM_INITMENUPOPUP)
             return std::nullopt;
         auto* const popup = reinterpret_cast<HMENU>(message.wparam);
@@ -51,8 +55,8 @@ private:
             if (id == 0)
                 continue;
             menu_.commands.push_back(id);
-            if ((GetMenuState(popup, id, MF_BYCOMMAND) & (MF_DISABLED | MF_GRAYED)) == 0)
-                menu_.enabled.insert(id);
+            const UINT state = GetMenuState(popup, id, MF_BYCOMMAND);
+            ((state & (MF_DISABLED | MF_GRAYED)) == 0 ? menu_.enabled : menu_.disabled).insert(id);
         }
         return std::nullopt;
     }

@@ -1,0 +1,19 @@
+// What git prints, line by line.
+#pragma once
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace support {
+
+inline std::vector<std::string> lines_of(const std::string& text)
+{
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+}  // namespace support
