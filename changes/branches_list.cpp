@@ -6,6 +6,7 @@
 #include "changes/list_control.h"
 #include "changes/messages.h"
 #include "changes/name_search.h"
+#include "changes/row_index.h"
 #include "plugin/host/localized.h"
 #include "resources/ids.h"
 #include "win32/posted.h"
@@ -15,7 +16,6 @@
 #include <windowsx.h>
 
 #include <algorithm>
-#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
@@ -65,39 +65,12 @@ COLORREF muted_text_color()
                mixed(GetBValue(text), GetBValue(back)));
 }
 
-// Finds the rows of a former list in the present one.
-class RowsByName {
-public:
-    explicit RowsByName(const git::BranchList& references)
-    {
-        rows_.reserve(references.size());
-        for (std::size_t row = 0; row < references.size(); ++row)
-            rows_.emplace(git_reference_name(references[row].get()), row);
-    }
+std::string_view name_of(const git::Reference& reference)
+{
+    return git_reference_name(reference.get());
+}
 
-    [[nodiscard]] std::optional<std::size_t> find(const git::Reference& reference) const
-    {
-        const auto found = rows_.find(git_reference_name(reference.get()));
-        return found != rows_.end() ? std::optional(found->second) : std::nullopt;
-    }
-
-    // The present row of `row` of the former list, or of the nearest after it that is left, or else
-    // of the nearest before it.
-    [[nodiscard]] std::optional<std::size_t> find_nearest(const git::BranchList& former,
-                                                          std::size_t row) const
-    {
-        for (std::size_t i = row; i < former.size(); ++i)
-            if (const auto found = find(former[i]))
-                return found;
-        for (std::size_t i = std::min(row, former.size()); i > 0; --i)
-            if (const auto found = find(former[i - 1]))
-                return found;
-        return std::nullopt;
-    }
-
-private:
-    std::unordered_map<std::string_view, std::size_t> rows_;
-};
+using RowsByName = RowIndex<git::BranchList, name_of>;
 
 }  // namespace
 

@@ -2,6 +2,7 @@
 
 #include "changes/empty_text.h"
 #include "changes/list_control.h"
+#include "changes/row_index.h"
 #include "changes/row_text.h"
 #include "git/diffs.h"
 #include "plugin/host/localized.h"
@@ -15,7 +16,6 @@
 #include <cstddef>
 #include <iterator>
 #include <string_view>
-#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
@@ -38,38 +38,12 @@ bool look_the_same(const Rows& left, const Rows& right)
                       });
 }
 
-// Finds the rows of a former list in the present one by their paths.
-class RowsByPath {
-public:
-    explicit RowsByPath(const Rows& rows)
-    {
-        rows_.reserve(rows.size());
-        for (std::size_t i = 0; i < rows.size(); ++i)
-            rows_.emplace(rows[i].new_path, i);
-    }
+std::wstring_view path_of(const git::FileChange& change)
+{
+    return change.new_path;
+}
 
-    [[nodiscard]] std::optional<std::size_t> find(const git::FileChange& change) const
-    {
-        const auto found = rows_.find(change.new_path);
-        return found != rows_.end() ? std::optional(found->second) : std::nullopt;
-    }
-
-    // The present row of `row` of the former list, or of the nearest after it that is left, or else
-    // of the nearest before it.
-    [[nodiscard]] std::optional<std::size_t> find_nearest(const Rows& former, std::size_t row) const
-    {
-        for (std::size_t i = row; i < former.size(); ++i)
-            if (const auto found = find(former[i]))
-                return found;
-        for (std::size_t i = std::min(row, former.size()); i > 0; --i)
-            if (const auto found = find(former[i - 1]))
-                return found;
-        return std::nullopt;
-    }
-
-private:
-    std::unordered_map<std::wstring_view, std::size_t> rows_;
-};
+using RowsByPath = RowIndex<Rows, path_of>;
 
 void disable(HMENU menu, UINT command)
 {

@@ -10,7 +10,7 @@ LRESULT paint_with_empty_text(const win32::Message& message, const std::wstring&
 {
     const LRESULT result =
         DefSubclassProc(message.window, message.id, message.wparam, message.lparam);
-    const HWND list = message.window;
+    auto* const list = message.window;
     const win32::WindowDc dc(list);
     if (dc.get() == nullptr)
         return result;

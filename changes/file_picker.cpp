@@ -166,7 +166,7 @@ private:
                                 std::max(static_cast<int>(list.right) - status, status));
     }
 
-    win32::Handled on_list_message(const win32::Message& message)
+    win32::Handled on_list_message(const win32::Message& message) const
     {
         if (message.id != WM_PAINT || !request_.changes.empty())
             return std::nullopt;
