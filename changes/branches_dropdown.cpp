@@ -79,7 +79,11 @@ void BranchesDropdown::attach(HWND owner, HWND combo)
 {
     owner_ = owner;
     combo_ = combo;
-    subclass_.emplace(combo,
+}
+
+void BranchesDropdown::begin()
+{
+    subclass_.emplace(combo_,
                       [this](const win32::Message& message) { return on_combo_message(message); });
 }
 
@@ -118,13 +122,14 @@ void BranchesDropdown::show(Contents contents)
         names_ = std::move(names);
         is_list_fitted_ = false;
         const RedrawPause pause(combo_);
+        const win32::Subclass::Pause unwatched(subclass_);
         SendMessageW(combo_, CB_RESETCONTENT, 0, 0);
         std::size_t bytes = 0;
         for (const std::wstring& name : names_)
             bytes += (name.size() + 1) * sizeof(wchar_t);
         SendMessageW(combo_, CB_INITSTORAGE, names_.size(), static_cast<LPARAM>(bytes));
-        // Past the subclasses, which have no say in it: each looks a property of the window up for
-        // every message, which for thousands of items takes most of a second under Wine.
+        // Past the tooltips' subclass too, which has no say in it: it looks a property of the window up
+        // for every message, which for thousands of items takes most of a second under Wine.
         auto* const control = reinterpret_cast<WNDPROC>(GetClassLongPtrW(combo_, GCLP_WNDPROC));
         for (const std::wstring& name : names_)
             CallWindowProcW(control, combo_, CB_ADDSTRING, 0,

@@ -30,6 +30,9 @@ public:
     // Binds the combo box `combo` (CBS_DROPDOWNLIST) of the dialog `owner`, which receives the results
     // of a switch as WM_REVLANE_COMMAND_RESULT.
     void attach(HWND owner, HWND combo);
+    // Takes the control's messages from now on. Apart from attaching, since each message on the way
+    // to its font and its place takes longer then.
+    void begin();
 
     // The repository to show from now on (null: none); it belongs to the owner and outlives its use.
     // Empties the drop-down.

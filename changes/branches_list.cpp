@@ -94,6 +94,7 @@ void BranchesList::attach(HWND owner, HWND list, std::wstring empty_text)
     list_ = list;
     empty_text_ = std::move(empty_text);
     current_mark_ = host::load_text(IDS_CURRENT_BRANCH);
+    SendMessageW(list_, WM_SETREDRAW, FALSE, 0);
     // Names that the column cuts off unfold under the pointer.
     constexpr DWORD styles = LVS_EX_DOUBLEBUFFER | LVS_EX_FULLROWSELECT | LVS_EX_LABELTIP;
     SendMessageW(list_, LVM_SETEXTENDEDLISTVIEWSTYLE, styles, styles);
@@ -104,7 +105,12 @@ void BranchesList::attach(HWND owner, HWND list, std::wstring empty_text)
         SendMessageW(list_, LVM_INSERTCOLUMNW, static_cast<WPARAM>(index),
                      reinterpret_cast<LPARAM>(&column));
     }
+}
+
+void BranchesList::begin()
+{
     measure();
+    SendMessageW(list_, WM_SETREDRAW, TRUE, 0);
     subclass_.emplace(list_,
                       [this](const win32::Message& message) { return on_list_message(message); });
 }
@@ -143,9 +149,17 @@ void BranchesList::fill(git::BranchList references, const git_reference* current
     names_ = std::move(names);
     current_ = std::move(current_name);
     is_filled_ = true;
+    if (references_.empty() && former.empty()) {
+        // It may say so from now on. Of no window at all the whole screen would be drawn anew.
+        if (list_ != nullptr)
+            InvalidateRect(list_, nullptr, TRUE);
+        return;
+    }
     note_width_ = widest_note();
     {
         const RedrawPause pause(list_);
+        // Put on again before the control is drawn, when it may change its size.
+        const win32::Subclass::Pause unwatched(subclass_);
         clear_row_states(list_);
         SendMessageW(list_, LVM_SETITEMCOUNT, references_.size(), LVSICF_NOSCROLL);
         fit_columns();

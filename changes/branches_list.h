@@ -34,8 +34,11 @@ public:
 
     // Binds the control `list` of the dialog `owner`, which receives results of commands as
     // WM_REVLANE_COMMAND_RESULT and requests to refresh as WM_REVLANE_REFRESH_ALL. `empty_text` is
-    // shown in the middle of a list that was filled and has no rows.
+    // shown in the middle of a list that was filled and has no rows. Until `begin` the control draws
+    // nothing and lays nothing out, so that making and moving it costs little.
     void attach(HWND owner, HWND list, std::wstring empty_text);
+    // The control has its font and its place: takes its messages from now on, and lets it draw.
+    void begin();
 
     // The repository to show from now on (null: none); it belongs to the owner and outlives its use.
     // Empties the list and forgets the shown branch.

@@ -64,12 +64,18 @@ void ChangesListBase::attach(HWND owner, HWND list, std::wstring empty_text)
     owner_ = owner;
     list_ = list;
     empty_text_ = std::move(empty_text);
+    SendMessageW(list_, WM_SETREDRAW, FALSE, 0);
     // Paths that the column cuts off unfold under the pointer.
     constexpr DWORD styles = LVS_EX_DOUBLEBUFFER | LVS_EX_FULLROWSELECT | LVS_EX_LABELTIP;
     SendMessageW(list_, LVM_SETEXTENDEDLISTVIEWSTYLE, styles, styles);
     LVCOLUMNW column{};
     SendMessageW(list_, LVM_INSERTCOLUMNW, 0, reinterpret_cast<LPARAM>(&column));
+}
+
+void ChangesListBase::begin()
+{
     fit_column();
+    SendMessageW(list_, WM_SETREDRAW, TRUE, 0);
     subclass_.emplace(list_,
                       [this](const win32::Message& message) { return on_list_message(message); });
 }
@@ -87,8 +93,15 @@ void ChangesListBase::set_changes(Rows changes)
     std::vector<std::wstring> texts;
     texts.reserve(changes.size());
     std::transform(changes.begin(), changes.end(), std::back_inserter(texts), row_text);
+    const bool stays_empty = changes_.empty() && changes.empty();
     changes_ = std::move(changes);
     is_filled_ = true;
+    if (stays_empty) {
+        // It may say so from now on. Of no window at all the whole screen would be drawn anew.
+        if (list_ != nullptr)
+            InvalidateRect(list_, nullptr, TRUE);
+        return;
+    }
 
     const RedrawPause pause(list_);
     // Put on again before the control is drawn, when it may change its size.

@@ -35,8 +35,11 @@ public:
     virtual ~ChangesListBase() = default;
 
     // Binds the control `list` of the dialog `owner`. `empty_text` is shown in the middle of a list
-    // that was filled and has no rows.
+    // that was filled and has no rows. Until `begin` the control draws nothing and lays nothing out,
+    // so that making and moving it costs little.
     void attach(HWND owner, HWND list, std::wstring empty_text);
+    // The control has its font and its place: takes its messages from now on, and lets it draw.
+    void begin();
 
     // Replaces the rows and fills the control anew. Without selection afterwards.
     void set_changes(std::vector<git::FileChange> changes);

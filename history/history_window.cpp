@@ -13,7 +13,6 @@
 #include "git/references.h"
 #include "history/commit_changes.h"
 #include "history/commit_details.h"
-#include "history/control_placement.h"
 #include "history/files_tree.h"
 #include "history/filter_dialog.h"
 #include "history/history_layout.h"
@@ -24,6 +23,8 @@
 #include "plugin/host/editor.h"
 #include "plugin/host/localized.h"
 #include "resources/ids.h"
+#include "win32/control_placement.h"
+#include "win32/dialog_controls.h"
 #include "win32/error_box.h"
 #include "win32/handle.h"
 #include "win32/text.h"
@@ -132,7 +133,7 @@ private:
     [[nodiscard]] std::wstring revision_argument() const;
     [[nodiscard]] bool is_on_splitter(POINT client) const;
     [[nodiscard]] int text_width(int control) const;
-    [[nodiscard]] HWND item(int id) const { return GetDlgItem(dialog_, id); }
+    [[nodiscard]] HWND item(int id) const { return controls_.find(id); }
 
     const git::LibraryScope library_;  // before everything that holds something of libgit2
     HWND dialog_ = nullptr;
@@ -156,7 +157,8 @@ private:
     std::wstring file_path_;  // whose history is shown; empty: none
     std::wstring in_force_;   // what the filter in force looks for, for people
     HistoryLayout layout_{};
-    ControlPlacement placement_;
+    win32::DialogControls controls_;
+    win32::ControlPlacement placement_;
     int splitter_ = 0;
 };
 
@@ -277,6 +279,7 @@ win32::Handled HistoryWindow::on_posted_message(const win32::Message& message)
 LRESULT HistoryWindow::on_init(HWND dialog)
 {
     dialog_ = dialog;
+    controls_.collect(dialog);
     add_modeless_dialog(dialog, frame_, handle_key);
     set_window_icon(dialog);
     const HistoryPlacement placement = read_history_placement(frame_);
@@ -800,18 +803,19 @@ void HistoryWindow::lay_out()
                                .has_filter = has_filter,
                                .splitter = splitter_});
     const bool is_empty = current_ == nullptr;
-    using Part = ControlPlacement::Part;
-    const std::array parts{Part{IDC_HISTORY_TITLE, layout_.title, true},
-                           Part{IDC_HISTORY_BRANCH, layout_.branch, repository_.has_value()},
-                           Part{IDC_FILTER, layout_.filter, !is_empty},
-                           Part{IDC_CLEAR_FILTER, layout_.clear_filter, !is_empty && has_filter},
-                           Part{IDC_HISTORY_STATE, layout_.state, !is_empty},
-                           Part{IDC_COMMIT_LIST, layout_.list, !is_empty},
-                           Part{IDC_COMMIT_DETAILS, layout_.details, !is_empty},
-                           Part{IDC_FILES_TREE, layout_.files, !is_empty},
-                           Part{IDC_COMPARE_WITH_PARENT, layout_.compare, !is_empty},
-                           Part{IDC_HISTORY_EMPTY, layout_.empty, is_empty}};
-    placement_.apply(dialog_, parts);
+    using Part = win32::ControlPlacement::Part;
+    const std::array parts{
+        Part{item(IDC_HISTORY_TITLE), layout_.title, true},
+        Part{item(IDC_HISTORY_BRANCH), layout_.branch, repository_.has_value()},
+        Part{item(IDC_FILTER), layout_.filter, !is_empty},
+        Part{item(IDC_CLEAR_FILTER), layout_.clear_filter, !is_empty && has_filter},
+        Part{item(IDC_HISTORY_STATE), layout_.state, !is_empty},
+        Part{item(IDC_COMMIT_LIST), layout_.list, !is_empty},
+        Part{item(IDC_COMMIT_DETAILS), layout_.details, !is_empty},
+        Part{item(IDC_FILES_TREE), layout_.files, !is_empty},
+        Part{item(IDC_COMPARE_WITH_PARENT), layout_.compare, !is_empty},
+        Part{item(IDC_HISTORY_EMPTY), layout_.empty, is_empty}};
+    placement_.apply(parts);
 }
 
 void HistoryWindow::update_state()

@@ -1,6 +1,7 @@
 #include "sidebar/changes_sidebar.h"
 
 #include "changes/end_work.h"
+#include "changes/list_control.h"
 #include "plugin/host/localized.h"
 #include "plugin/host/settings.h"
 #include "resources/ids.h"
@@ -161,7 +162,10 @@ win32::Handled ChangesSidebar::on_posted_message(const win32::Message& message)
         errors_.show_waiting(dialog_);
         return 0;
     case WM_PANEL_SHOW:
-        view_.show();
+        on_show();
+        return 0;
+    case WM_PANEL_TIPS:
+        view_.attach_tips();
         return 0;
     case WM_PANEL_REFRESH:
         if (refresh_waits_)
@@ -233,6 +237,22 @@ LRESULT ChangesSidebar::on_init(HWND dialog)
     SetTimer(dialog_, TIMER_STAMPS, STAMPS_INTERVAL_MS, nullptr);
     // The focus stays with the text of the editor.
     return FALSE;
+}
+
+void ChangesSidebar::on_show()
+{
+    {
+        // Nothing is drawn but all of it, at the end.
+        const RedrawPause pause(dialog_);
+        view_.show();
+        changes_.begin();
+        staged_.begin();
+        branch_.begin();
+        branches_.begin();
+        commit_box_.begin();
+    }
+    // Behind the rows, which may be here already: nobody points at a control that soon.
+    PostMessageW(dialog_, WM_PANEL_TIPS, 0, 0);
 }
 
 void ChangesSidebar::show_error_later(std::wstring text)

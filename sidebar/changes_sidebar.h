@@ -68,6 +68,7 @@ private:
         WM_PANEL_REFUSED,    // std::wstring, why a command was not run
         WM_PANEL_STAMPS,     // StampsRead
         WM_PANEL_SHOW,
+        WM_PANEL_TIPS,
     };
     // Timers. The frame uses 1 and 2 on this window.
     enum : UINT_PTR { TIMER_BUSY = 10, TIMER_LOOK_AGAIN, TIMER_STAMPS };
@@ -86,6 +87,7 @@ private:
     win32::Handled on_posted_message(const win32::Message& message);
     win32::Handled on_list_message(const win32::Message& message);
     LRESULT on_init(HWND dialog);
+    void on_show();
     win32::Handled on_set_cursor(const win32::Message& message);
     void on_timer(UINT_PTR timer);
     void end_all_work() noexcept;

@@ -35,6 +35,11 @@ void CommitBox::attach(HWND edit, std::wstring placeholder, std::function<void()
     commit_ = std::move(commit);
     // 0: as much text as the control can hold.
     SendMessageW(edit_, EM_SETLIMITTEXT, 0, 0);
+}
+
+void CommitBox::begin()
+{
+    fit_scroll_bar();
     subclass_.emplace(edit_, [this](const win32::Message& message) { return on_message(message); });
 }
 

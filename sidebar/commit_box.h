@@ -13,9 +13,12 @@ namespace revlane {
 
 class CommitBox {
 public:
-    // Takes part in the messages of `edit` (a multi-line edit control) as long as this object lives.
-    // Ctrl+Enter calls `commit`; `placeholder` is painted while the box is empty.
+    // Binds `edit`, a multi-line edit control. Ctrl+Enter calls `commit`; `placeholder` is painted
+    // while the box is empty.
     void attach(HWND edit, std::wstring placeholder, std::function<void()> commit);
+    // The control has its font and its place: takes its messages from now on, as long as this object
+    // lives.
+    void begin();
 
     [[nodiscard]] std::wstring text() const;
     // Empties the box if its text is still `committed`.

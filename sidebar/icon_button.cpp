@@ -27,7 +27,10 @@ void IconButton::attach(HWND button, Glyph glyph)
 {
     button_ = button;
     glyph_ = glyph;
-    SendMessageW(button_, BM_SETSTYLE, BS_OWNERDRAW, TRUE);
+}
+
+void IconButton::begin()
+{
     subclass_.emplace(button_,
                       [this](const win32::Message& message) { return on_message(message); });
 }

@@ -13,8 +13,10 @@ namespace revlane {
 
 class IconButton {
 public:
-    // Makes `button`, a push button, draw itself through WM_DRAWITEM and follow the pointer.
+    // `button` draws itself through WM_DRAWITEM.
     void attach(HWND button, Glyph glyph);
+    // Follows the pointer from now on.
+    void begin();
 
     void draw(const DRAWITEMSTRUCT& item, HFONT font, int dpi) const;
     // The width that symbol and text need.

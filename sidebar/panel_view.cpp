@@ -30,6 +30,7 @@ constexpr int BRANCH_INDENT = 4;
 void PanelView::attach(HWND dialog, HWND frame)
 {
     dialog_ = dialog;
+    controls_.collect(dialog);
     frame_ = frame;
     arrangement_ = read_arrangement(frame);
     pull_text_ = win32::window_text(control(IDC_PULL));
@@ -40,20 +41,6 @@ void PanelView::attach(HWND dialog, HWND frame)
     choose_folder_.attach(control(IDC_CHOOSE_FOLDER), Glyph::Folder);
     panel_menu_.attach(control(IDC_PANEL_MENU), Glyph::Menu);
     history_.attach(control(IDC_SHOW_HISTORY), Glyph::History);
-    const auto caption = [this](int id) {
-        return without_access_key(win32::window_text(control(id)));
-    };
-    tips_ = make_tooltip_window(dialog);
-    const auto attach_tip = [this](Tooltip& tip, int id, const std::wstring& text) {
-        tip.attach(tips_.get(), control(id), text);
-    };
-    attach_tip(choose_folder_tip_, IDC_CHOOSE_FOLDER, caption(IDC_CHOOSE_FOLDER));
-    attach_tip(panel_menu_tip_, IDC_PANEL_MENU, caption(IDC_PANEL_MENU));
-    attach_tip(history_tip_, IDC_SHOW_HISTORY, caption(IDC_SHOW_HISTORY));
-    attach_tip(branch_tip_, IDC_BRANCH, host::load_text(IDS_BRANCH_TIP));
-    attach_tip(pull_tip_, IDC_PULL, {});
-    attach_tip(push_tip_, IDC_PUSH, {});
-
     for (const int id : {IDC_STAGED_HEADING, IDC_CHANGES_HEADING}) {
         const HWND heading = control(id);
         const LONG_PTR style = GetWindowLongPtrW(heading, GWL_STYLE);
@@ -66,15 +53,34 @@ void PanelView::attach(HWND dialog, HWND frame)
 void PanelView::show()
 {
     is_shown_ = true;
-    // Nothing is drawn but all of it, at the end.
-    const RedrawPause pause(dialog_);
     lay_out();
+    for (IconButton* button : {&choose_folder_, &panel_menu_, &history_})
+        button->begin();
+}
+
+void PanelView::attach_tips()
+{
+    tips_ = make_tooltip_window(dialog_);
+    for (const auto& [tip, id] : {std::pair{&choose_folder_tip_, IDC_CHOOSE_FOLDER},
+                                  {&panel_menu_tip_, IDC_PANEL_MENU},
+                                  {&history_tip_, IDC_SHOW_HISTORY}}) {
+        tip->set_text(without_access_key(win32::window_text(control(id))));
+        tip->attach(tips_.get(), control(id));
+    }
+    branch_tip_.set_text(host::load_text(IDS_BRANCH_TIP));
+    branch_tip_.attach(tips_.get(), control(IDC_BRANCH));
+    for (const auto& [tip, id] : {std::pair{&pull_tip_, IDC_PULL}, {&push_tip_, IDC_PUSH}}) {
+        tip->attach(tips_.get(), control(id));
+        tip->cover_disabled();
+    }
 }
 
 void PanelView::detach()
 {
     // Until the dialog is made anew nothing is placed.
     is_shown_ = false;
+    placement_ = {};
+    branch_field_ = 0;
     drag_.reset();
     dialog_ = nullptr;
 }
@@ -84,9 +90,10 @@ void PanelView::renew_fonts()
     dpi_ = get_dpi(dialog_);
     PanelFonts renewed = make_panel_fonts(dpi_);
     const auto font = reinterpret_cast<WPARAM>(renewed.text.get());
-    for (HWND child = GetWindow(dialog_, GW_CHILD); child != nullptr;
-         child = GetWindow(child, GW_HWNDNEXT))
-        SendMessageW(child, WM_SETFONT, font, FALSE);
+    for (const auto& [id, control] : controls_.all())
+        SendMessageW(control, WM_SETFONT, font, FALSE);
+    // A font brings a height of its own.
+    branch_field_ = 0;
     // Not before no control uses them any more.
     fonts_ = std::move(renewed);
     set_row_heights();
@@ -143,17 +150,6 @@ LayoutInput PanelView::layout_input() const
     return input;
 }
 
-void PanelView::place(HDWP& places, int id, const RECT& area) const
-{
-    if (places == nullptr)
-        return;
-    // A control that is not shown takes part in nothing, the tab order included.
-    const UINT show = IsRectEmpty(&area) ? SWP_HIDEWINDOW : SWP_SHOWWINDOW;
-    places =
-        DeferWindowPos(places, control(id), nullptr, area.left, area.top, area.right - area.left,
-                       area.bottom - area.top, SWP_NOZORDER | SWP_NOACTIVATE | show);
-}
-
 void PanelView::lay_out()
 {
     if (!is_shown_)
@@ -163,50 +159,36 @@ void PanelView::lay_out()
         return;
     }
     layout_ = lay_out_sidebar(layout_input());
-    const std::array<std::pair<int, const RECT*>, 16> places{{
-        {IDC_CHOOSE_FOLDER, &layout_.choose_folder},
-        {IDC_BRANCH, &layout_.branch},
-        {IDC_PANEL_MENU, &layout_.panel_menu},
-        {IDC_SHOW_HISTORY, &layout_.history},
-        {IDC_COMMIT_MESSAGE, &layout_.message},
-        {IDC_COMMIT, &layout_.commit},
-        {IDC_STAGE_ALL_AND_COMMIT, &layout_.stage_all_and_commit},
-        {IDC_PULL, &layout_.pull},
-        {IDC_PUSH, &layout_.push},
-        {IDC_STAGED_HEADING, &layout_.staged_heading},
-        {IDC_STAGED_LIST, &layout_.staged_list},
-        {IDC_CHANGES_HEADING, &layout_.changes_heading},
-        {IDC_CHANGES_LIST, &layout_.changes_list},
-        {IDC_BRANCHES_HEADING, &layout_.branches_heading},
-        {IDC_BRANCHES_LIST, &layout_.branches_list},
-        {IDC_EMPTY_TEXT, &layout_.empty_text},
-    }};
-    // The text field of the drop-down decides its height.
-    const int field =
-        static_cast<int>(layout_.branch.bottom - layout_.branch.top) - scale(COMBO_FRAME, dpi_);
-    if (field > 0)
-        SendMessageW(control(IDC_BRANCH), CB_SETITEMHEIGHT, static_cast<WPARAM>(-1), field);
-    HDWP deferred = BeginDeferWindowPos(static_cast<int>(places.size()));
-    for (const auto& [id, area] : places)
-        place(deferred, id, *area);
-    if (deferred != nullptr)
-        EndDeferWindowPos(deferred);
-    const RECT& progress = layout_.progress;
-    SetWindowPos(control(IDC_PROGRESS), HWND_TOP, progress.left, progress.top,
-                 progress.right - progress.left, progress.bottom - progress.top, SWP_NOACTIVATE);
+    fit_branch_field();
+    // A control that is not shown takes part in nothing, the tab order included.
+    const auto part = [this](int id, const RECT& area) {
+        return win32::ControlPlacement::Part{control(id), area, IsRectEmpty(&area) == FALSE};
+    };
+    placement_.apply(std::array{
+        part(IDC_CHOOSE_FOLDER, layout_.choose_folder), part(IDC_BRANCH, layout_.branch),
+        part(IDC_PANEL_MENU, layout_.panel_menu), part(IDC_SHOW_HISTORY, layout_.history),
+        part(IDC_COMMIT_MESSAGE, layout_.message), part(IDC_COMMIT, layout_.commit),
+        part(IDC_STAGE_ALL_AND_COMMIT, layout_.stage_all_and_commit), part(IDC_PULL, layout_.pull),
+        part(IDC_PUSH, layout_.push), part(IDC_STAGED_HEADING, layout_.staged_heading),
+        part(IDC_STAGED_LIST, layout_.staged_list),
+        part(IDC_CHANGES_HEADING, layout_.changes_heading),
+        part(IDC_CHANGES_LIST, layout_.changes_list),
+        part(IDC_BRANCHES_HEADING, layout_.branches_heading),
+        part(IDC_BRANCHES_LIST, layout_.branches_list), part(IDC_EMPTY_TEXT, layout_.empty_text)});
+    progress_.place(layout_.progress);
     pull_tip_.cover_disabled();
     push_tip_.cover_disabled();
 }
 
-// A drop-down is as high as its text field, whatever it is told; it stands in the middle of its row.
-void PanelView::center_branch()
+// The text field of the drop-down decides its height.
+void PanelView::fit_branch_field()
 {
-    const auto field = static_cast<int>(
-        SendMessageW(control(IDC_BRANCH), CB_GETITEMHEIGHT, static_cast<WPARAM>(-1), 0));
-    RECT& row = layout_.branch;
-    const int spare = static_cast<int>(row.bottom - row.top) - field - scale(COMBO_FRAME, dpi_);
-    if (!IsRectEmpty(&row))
-        row.top += std::max(spare, 0) / 2;
+    const int field =
+        static_cast<int>(layout_.branch.bottom - layout_.branch.top) - scale(COMBO_FRAME, dpi_);
+    if (field <= 0 || field == branch_field_)
+        return;
+    branch_field_ = field;
+    SendMessageW(control(IDC_BRANCH), CB_SETITEMHEIGHT, static_cast<WPARAM>(-1), field);
 }
 
 void PanelView::show_repository()

@@ -9,6 +9,8 @@
 #include "sidebar/progress_line.h"
 #include "sidebar/sidebar_layout.h"
 #include "sidebar/tooltip.h"
+#include "win32/control_placement.h"
+#include "win32/dialog_controls.h"
 #include "win32/handle.h"
 #include "win32/window.h"
 
@@ -29,6 +31,8 @@ public:
     // Shows the controls, each at its place. Until then nothing is placed: the editor sizes a new
     // dialog more than once, and moving all of the controls each time is what takes longest.
     void show();
+    // Gives the controls their tooltips, once they are shown.
+    void attach_tips();
     // The dialog goes; nothing of it is touched any more.
     void detach();
 
@@ -63,22 +67,24 @@ private:
         int grip;  // from the splitter's upper edge to the pointer
     };
 
-    [[nodiscard]] HWND control(int id) const { return GetDlgItem(dialog_, id); }
+    [[nodiscard]] HWND control(int id) const { return controls_.find(id); }
     [[nodiscard]] LayoutInput layout_input() const;
     [[nodiscard]] int button_width(int id) const;
-    void place(HDWP& places, int id, const RECT& area) const;
     void set_text(int id, const std::wstring& text) const;
     void enable(int id, bool enabled) const;
     void set_count(std::optional<std::size_t>& shown, std::optional<std::size_t> count, int id);
     void set_row_heights();
-    void center_branch();
+    void fit_branch_field();
     bool begin_drag(POINT point);
     void drag(POINT point);
     void end_drag();
 
     HWND dialog_ = nullptr;
     HWND frame_ = nullptr;
+    win32::DialogControls controls_;
+    win32::ControlPlacement placement_;
     int dpi_ = 96;
+    int branch_field_ = 0;  // height of the drop-down's text field as it was last set
     PanelFonts fonts_;
     ImageList row_height_;
     ImageList branch_row_height_;

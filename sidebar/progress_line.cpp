@@ -24,15 +24,31 @@ void ProgressLine::attach(HWND control)
                       [this](const win32::Message& message) { return on_message(message); });
 }
 
+void ProgressLine::place(const RECT& area)
+{
+    area_ = area;
+    // Most of the time it is hidden, and then it is moved as it appears.
+    if (IsWindowVisible(control_))
+        move(0);
+}
+
+void ProgressLine::move(UINT flags) const
+{
+    SetWindowPos(control_, HWND_TOP, area_.left, area_.top, area_.right - area_.left,
+                 area_.bottom - area_.top, SWP_NOACTIVATE | flags);
+}
+
 void ProgressLine::show(bool shown) const
 {
     if ((IsWindowVisible(control_) != FALSE) == shown)
         return;
-    if (shown)
+    if (shown) {
         SetTimer(control_, TIMER_STEP, STEP_MS, nullptr);
-    else
+        move(SWP_SHOWWINDOW);
+    } else {
         KillTimer(control_, TIMER_STEP);
-    ShowWindow(control_, shown ? SW_SHOWNA : SW_HIDE);
+        ShowWindow(control_, SW_HIDE);
+    }
 }
 
 win32::Handled ProgressLine::on_message(const win32::Message& message) const

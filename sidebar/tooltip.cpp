@@ -51,11 +51,11 @@ void relay_to_tooltips(HWND window, const win32::Message& message)
     SendMessageW(window, TTM_RELAYEVENT, 0, reinterpret_cast<LPARAM>(&relayed));
 }
 
-void Tooltip::attach(HWND window, HWND control, const std::wstring& text)
+void Tooltip::attach(HWND window, HWND control)
 {
     window_ = window;
     control_ = control;
-    text_ = text;
+    covers_disabled_ = false;
     TTTOOLINFOW tool = over_control(control_, text_);
     tool.uFlags |= TTF_SUBCLASS;
     SendMessageW(window_, TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
@@ -66,6 +66,8 @@ void Tooltip::set_text(const std::wstring& text)
     if (text_ == text)
         return;
     text_ = text;
+    if (window_ == nullptr)
+        return;
     TTTOOLINFOW tool = over_control(control_, text_);
     SendMessageW(window_, TTM_UPDATETIPTEXTW, 0, reinterpret_cast<LPARAM>(&tool));
     if (covers_disabled_) {
@@ -76,6 +78,8 @@ void Tooltip::set_text(const std::wstring& text)
 
 void Tooltip::cover_disabled()
 {
+    if (window_ == nullptr)
+        return;
     TTTOOLINFOW tool = over_place(control_, text_);
     GetWindowRect(control_, &tool.rect);
     MapWindowPoints(nullptr, tool.hwnd, reinterpret_cast<POINT*>(&tool.rect), 2);

@@ -25,11 +25,12 @@ void relay_to_tooltips(HWND window, const win32::Message& message);
 // What the tooltip window shows over one control.
 class Tooltip {
 public:
-    // `window` shows it as long as it lives. An empty text shows nothing.
-    void attach(HWND window, HWND control, const std::wstring& text);
+    // From now on `window` shows the text over `control`, as long as it lives. A text may have been
+    // set before; an empty one shows nothing.
+    void attach(HWND window, HWND control);
     void set_text(const std::wstring& text);
     // Shows the text over a disabled control too, whose mouse messages go to the dialog: see
-    // relay_to_tooltips. To be called again when the control has moved.
+    // relay_to_tooltips. To be called when it is attached and again when the control has moved.
     void cover_disabled();
 
 private:

@@ -179,8 +179,10 @@ protected:
     {
         branches_.emplace(host_.window(), pool_, git_);
         branches_->attach(owner_.dialog, owner_.list, L"No branches yet");
+        branches_->begin();
         owner_.branches = &*branches_;
         dropdown_.attach(owner_.dialog, owner_.combo);
+        dropdown_.begin();
         owner_.dropdown = &dropdown_;
     }
     void TearDown() override

@@ -170,6 +170,7 @@ struct Bound {
         if (owner.list == nullptr)
             throw std::runtime_error("no list can be made: is there a screen?");
         changes.attach(owner.dialog, owner.list, L"No changes");
+        changes.begin();
         owner.changes_list = &changes;
     }
     ~Bound() { owner.changes_list = nullptr; }
@@ -204,6 +205,26 @@ git::Repository open(const support::TempRepository& files)
 }
 
 }  // namespace
+
+// Rows may arrive before the editor has given the panel its size.
+TEST_F(ChangeLists, ThatAreFilledBeforeTheyBeginFitTheirControl)
+{
+    Owner owner;
+    StagedList changes;
+    changes.attach(owner.dialog, owner.list, L"No changes");
+    changes.set_changes({change(L"a"), change(L"b")});
+    SetWindowPos(owner.list, nullptr, 0, 0, 321, 210, SWP_NOMOVE | SWP_NOZORDER);
+    changes.begin();
+    RECT client{};
+    GetClientRect(owner.list, &client);
+    EXPECT_EQ(ListView_GetColumnWidth(owner.list, 0), client.right);
+    EXPECT_EQ(rows_of(owner.list), (Texts{L"a", L"b"}));
+    // The scroll bar takes its part of the width.
+    changes.set_changes(std::vector(500, change(L"row")));
+    EXPECT_NE(GetWindowLongPtrW(owner.list, GWL_STYLE) & WS_VSCROLL, 0);
+    GetClientRect(owner.list, &client);
+    EXPECT_EQ(ListView_GetColumnWidth(owner.list, 0), client.right);
+}
 
 TEST_F(ListRows, ShowThePathAndTheStatus)
 {

@@ -6,12 +6,12 @@
 #include <span>
 #include <vector>
 
-namespace revlane {
+namespace win32 {
 
 class ControlPlacement {
 public:
     struct Part {
-        int id;
+        HWND control;
         RECT area;  // client coordinates of the dialog
         bool is_shown;
     };
@@ -19,10 +19,10 @@ public:
     // Moves, shows and hides the controls, all in one go. Those that this brought to the same place
     // before are left alone: each that is moved is drawn anew, even if it stays where it is. Nobody
     // else moves them.
-    void apply(HWND dialog, std::span<const Part> parts);
+    void apply(std::span<const Part> parts);
 
 private:
     std::vector<Part> placed_;
 };
 
-}  // namespace revlane
+}  // namespace win32

@@ -1,16 +1,16 @@
-#include "history/control_placement.h"
+#include "win32/control_placement.h"
 
 #include <algorithm>
 #include <iterator>
 
-namespace revlane {
+namespace win32 {
 
-void ControlPlacement::apply(HWND dialog, std::span<const Part> parts)
+void ControlPlacement::apply(std::span<const Part> parts)
 {
     std::vector<Part> moved;
     std::copy_if(parts.begin(), parts.end(), std::back_inserter(moved), [this](const Part& part) {
         return std::none_of(placed_.begin(), placed_.end(), [&part](const Part& placed) {
-            return placed.id == part.id && placed.is_shown == part.is_shown &&
+            return placed.control == part.control && placed.is_shown == part.is_shown &&
                    EqualRect(&placed.area, &part.area);
         });
     });
@@ -20,7 +20,7 @@ void ControlPlacement::apply(HWND dialog, std::span<const Part> parts)
     HDWP moves = BeginDeferWindowPos(static_cast<int>(moved.size()));
     for (const Part& part : moved) {
         const RECT& area = part.area;
-        moves = DeferWindowPos(moves, GetDlgItem(dialog, part.id), nullptr, area.left, area.top,
+        moves = DeferWindowPos(moves, part.control, nullptr, area.left, area.top,
                                area.right - area.left, area.bottom - area.top,
                                SWP_NOZORDER | SWP_NOACTIVATE |
                                    (part.is_shown ? SWP_SHOWWINDOW : SWP_HIDEWINDOW));
@@ -28,4 +28,4 @@ void ControlPlacement::apply(HWND dialog, std::span<const Part> parts)
     EndDeferWindowPos(moves);
 }
 
-}  // namespace revlane
+}  // namespace win32
