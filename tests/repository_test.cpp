@@ -20,6 +20,14 @@ std::string found_from(const std::string& path)
     return *found ? win32::to_utf8((*found)->native()) : "none";
 }
 
+git::Revwalk walk_from_head(git_repository* repository)
+{
+    git_revwalk* walk = nullptr;
+    EXPECT_EQ(git_revwalk_new(&walk, repository), 0);
+    EXPECT_EQ(git_revwalk_push_head(walk), 0);
+    return git::Revwalk(walk);
+}
+
 TEST(NormalizeRepositoryPath, LeadsFromTheGitDirectoryToTheWorkingTree)
 {
     const struct {
@@ -134,9 +142,10 @@ TEST(CommitGraph, IsReadAsTheMachinesGitWritesIt)
     git_commit_graph_free(graph);
 }
 
-// A walk holds the commits of the file by their positions in it, which git may change meanwhile. Some
-// commits are not in the file, one has more parents than have their place beside it, and one is
-// reached by two ways.
+// A walk holds the commits of the file by their positions in it, which git may change meanwhile, and
+// shares the file with whoever opened the repository too, and may have closed it again. Some commits
+// are not in the file, one has more parents than have their place beside it, and one is reached by two
+// ways.
 TEST(CommitGraph, MayBeWrittenAnewDuringAWalk)
 {
     constexpr int commits = 9;
@@ -153,21 +162,22 @@ TEST(CommitGraph, MayBeWrittenAnewDuringAWalk)
         git_odb* found = nullptr;
         ASSERT_EQ(git_repository_odb(&found, opened.get()), 0);
         const git::Owned<git_odb, git_odb_free> objects(found);
-        git_revwalk* started = nullptr;
-        ASSERT_EQ(git_revwalk_new(&started, opened.get()), 0);
-        const git::Revwalk walk(started);
-        ASSERT_EQ(git_revwalk_push_head(started), 0);
+        std::shared_ptr<git_repository> other = repository.open();
+        git::Revwalk other_walk = walk_from_head(other.get());
+        const git::Revwalk walk = walk_from_head(opened.get());
         std::string walked;
         git_oid id{};
         for (int count = 0; count < commits; ++count) {
             if (count == step) {
                 repository.git({"commit-graph", "write", "--reachable"});
                 ASSERT_EQ(git_odb_refresh(found), 0);
+                other_walk.reset();
+                other.reset();
             }
-            ASSERT_EQ(git_revwalk_next(&id, started), 0) << step << ", " << count;
+            ASSERT_EQ(git_revwalk_next(&id, walk.get()), 0) << step << ", " << count;
             walked += win32::to_utf8(git::oid_to_text(id)) + "\n";
         }
-        EXPECT_EQ(git_revwalk_next(&id, started), GIT_ITEROVER);
+        EXPECT_EQ(git_revwalk_next(&id, walk.get()), GIT_ITEROVER);
         EXPECT_EQ(walked, expected) << step;
     }
 }
