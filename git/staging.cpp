@@ -30,10 +30,14 @@ public:
         Result<std::unique_ptr<LockedIndex>> index = LockedIndex::open(repository->handle.get());
         if (!index)
             return tl::unexpected(std::move(index).error());
-        git_config* config = nullptr;
-        if (git_repository_config_snapshot(&config, repository->handle.get()) != 0)
+        git_config* snapshot = nullptr;
+        if (git_repository_config_snapshot(&snapshot, repository->handle.get()) != 0)
             return tl::unexpected(error_from_libgit2());
-        return Staging(std::move(*repository), std::move(*index), Config(config));
+        Config config(snapshot);
+        // As git, which reads the attributes once for all that it stages.
+        if (git_attr_cache_keep(repository->handle.get()) != 0)
+            return tl::unexpected(error_from_libgit2());
+        return Staging(std::move(*repository), std::move(*index), std::move(config));
     }
 
     // Whether no file is at the path any more; a folder may have taken its place.
