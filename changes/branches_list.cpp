@@ -1,6 +1,7 @@
 // The control: rows, texts, selection and messages. What the commands do is in branches_commands.cpp.
 #include "changes/branches_list.h"
 
+#include "changes/drawn_row.h"
 #include "changes/empty_text.h"
 #include "changes/get_dpi.h"
 #include "changes/list_control.h"
@@ -25,8 +26,8 @@ namespace {
 
 enum Column : int { COLUMN_NAME, COLUMN_NOTE };
 
-// Around a column's text, at 96 DPI.
-constexpr int NOTE_PADDING = 12;
+// Before a note and behind it.
+constexpr int NOTE_PADDING = 2 * DrawnRow::MARGIN;
 
 // As git itself writes it, with a true minus sign. Not every font has arrows.
 constexpr wchar_t AHEAD_MARK = L'+';
@@ -52,17 +53,6 @@ std::wstring tracking_text(const git::AheadBehind& counts)
     if (counts.behind > 0)
         text += fmt::format(L"{}{}{}", text.empty() ? L"" : L" ", BEHIND_MARK, counts.behind);
     return text;
-}
-
-// For what matters less: two parts of the text's colour to one of the background's, which is easy to
-// read in any choice of colours.
-COLORREF muted_text_color()
-{
-    const COLORREF text = GetSysColor(COLOR_WINDOWTEXT);
-    const COLORREF back = GetSysColor(COLOR_WINDOW);
-    const auto mixed = [](BYTE over, BYTE under) { return (2 * over + under) / 3; };
-    return RGB(mixed(GetRValue(text), GetRValue(back)), mixed(GetGValue(text), GetGValue(back)),
-               mixed(GetBValue(text), GetBValue(back)));
 }
 
 std::string_view name_of(const git::Reference& reference)
@@ -214,7 +204,7 @@ win32::Handled BranchesList::on_notify(NMHDR& header)
     case LVN_ODFINDITEMW:
         return find_row(reinterpret_cast<const NMLVFINDITEMW&>(header));
     case NM_CUSTOMDRAW:
-        return draw(reinterpret_cast<NMLVCUSTOMDRAW&>(header));
+        return draw(reinterpret_cast<const NMLVCUSTOMDRAW&>(header).nmcd);
     case NM_DBLCLK:
         if (reinterpret_cast<const NMITEMACTIVATE&>(header).iItem >= 0)
             on_select();
@@ -357,31 +347,26 @@ LRESULT BranchesList::find_row(const NMLVFINDITEMW& find) const
     return row ? static_cast<LRESULT>(*row) : not_found;
 }
 
-LRESULT BranchesList::draw(NMLVCUSTOMDRAW& draw) const
+LRESULT BranchesList::draw(const NMCUSTOMDRAW& draw) const
 {
-    const auto row = static_cast<std::size_t>(draw.nmcd.dwItemSpec);
-    switch (draw.nmcd.dwDrawStage) {
-    case CDDS_PREPAINT:
-    case CDDS_ITEMPREPAINT:
-        // The answer that asks for the parts of an item is the same number.
-        static_assert(CDRF_NOTIFYITEMDRAW == CDRF_NOTIFYSUBITEMDRAW);
+    if (draw.dwDrawStage == CDDS_PREPAINT)
         return CDRF_NOTIFYITEMDRAW;
-    case CDDS_ITEMPREPAINT | CDDS_SUBITEM: {
-        if (row >= references_.size())
-            return CDRF_DODEFAULT;
-        const bool is_name = draw.iSubItem == COLUMN_NAME;
-        const bool is_grey = !is_name || git_reference_is_remote(references_[row].get()) != 0;
-        // On the colour of the selection grey could not be read.
-        const bool is_selected = SendMessageW(list_, LVM_GETITEMSTATE, row, LVIS_SELECTED) != 0;
-        if (is_grey && !is_selected)
-            draw.clrText = muted_text_color();
-        SelectObject(draw.nmcd.hdc,
-                     is_name && is_current(row) ? bold_font_.get() : win32::control_font(list_));
-        return CDRF_NEWFONT;
-    }
-    default:
+    const std::size_t index = draw.dwItemSpec;
+    if (draw.dwDrawStage != CDDS_ITEMPREPAINT || index >= references_.size())
         return CDRF_DODEFAULT;
+    const int dpi = get_dpi(list_);
+    DrawnRow row(draw, dpi);
+    {
+        const win32::SelectedObject font(row.dc(), is_current(index) ? bold_font_.get()
+                                                                     : win32::control_font(list_));
+        const bool is_remote = git_reference_is_remote(references_[index].get()) != 0;
+        const auto note_column =
+            static_cast<int>(SendMessageW(list_, LVM_GETCOLUMNWIDTH, COLUMN_NOTE, 0));
+        row.draw_left(names_[index], is_remote ? row.dimmed_color() : row.text_color(),
+                      std::max(0, note_column - scale(DrawnRow::MARGIN, dpi)));
     }
+    row.draw_right(note(index), row.dimmed_color());
+    return CDRF_SKIPDEFAULT;
 }
 
 std::wstring BranchesList::note(std::size_t row) const

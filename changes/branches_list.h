@@ -86,7 +86,7 @@ private:
     void disable_items(HMENU menu) const;
     void answer_text(NMLVDISPINFOW& info) const;
     [[nodiscard]] LRESULT find_row(const NMLVFINDITEMW& find) const;
-    [[nodiscard]] LRESULT draw(NMLVCUSTOMDRAW& draw) const;
+    [[nodiscard]] LRESULT draw(const NMCUSTOMDRAW& draw) const;
     [[nodiscard]] std::wstring note(std::size_t row) const;
     [[nodiscard]] bool is_current(std::size_t row) const;
     void measure();

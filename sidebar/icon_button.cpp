@@ -1,7 +1,7 @@
 #include "sidebar/icon_button.h"
 
+#include "changes/colors.h"
 #include "changes/get_dpi.h"
-#include "sidebar/colors.h"
 #include "sidebar/fonts.h"
 #include "win32/handle.h"
 

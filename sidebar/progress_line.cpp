@@ -1,6 +1,6 @@
 #include "sidebar/progress_line.h"
 
-#include "sidebar/colors.h"
+#include "changes/colors.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include "sidebar/section_heading.h"
 
+#include "changes/colors.h"
 #include "changes/get_dpi.h"
-#include "sidebar/colors.h"
 #include "sidebar/glyphs.h"
 #include "win32/handle.h"
 #include "win32/window.h"

@@ -1,4 +1,4 @@
-// Colours that the panel makes of the user's own. Pure but for what GetSysColor tells.
+// Colours that Revlane makes of the user's own. Pure but for what GetSysColor tells.
 #pragma once
 
 #include <windows.h>
