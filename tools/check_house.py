@@ -81,7 +81,8 @@ def check_words(where, text, in_message=False):
         place = f"{where}:{number}"
         if DOCUMENTS.search(line):
             fault(place, f"names a document that is not part of the repository: {line.strip()}")
-        if in_message:
+        # What a patch leaves or takes away is somebody else's.
+        if in_message or (where.endswith(".patch") and line.startswith((" ", "-"))):
             continue
         if UNFINISHED.search(line):
             fault(place, f"is marked as unfinished: {line.strip()}")
