@@ -12,8 +12,9 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto LONGEST_WAIT = 2min;
-// What no message announces is looked for this often.
-constexpr DWORD POLLING_INTERVAL_MS = 2;
+// What no message announces is looked for this often; nearly everything is announced by one. Looking more
+// often keeps Wine's server and a processor busy, which the git under way then waits for.
+constexpr DWORD POLLING_INTERVAL_MS = 20;
 constexpr auto SAMPLING_INTERVAL = 10ms;
 // The panel looks at the files once more 700 ms after it has seen a change.
 constexpr auto SETTLING_TIME = 1s;
