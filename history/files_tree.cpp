@@ -1,5 +1,6 @@
 #include "history/files_tree.h"
 
+#include "changes/list_control.h"
 #include "git/objects.h"
 #include "win32/text.h"
 
@@ -56,6 +57,7 @@ void FilesTree::clear()
 
 void FilesTree::show(std::shared_ptr<git_repository> repository, const git_commit* commit)
 {
+    const RedrawPause pause(tree_);
     clear();
     const git::Result<git::Tree> tree = git::commit_tree(commit);
     if (!tree)
@@ -71,7 +73,6 @@ void FilesTree::insert_level(HTREEITEM parent, const std::wstring& folder, const
 {
     std::vector<git::NamedEntry> level = git::tree_entries(tree);
     std::stable_partition(level.begin(), level.end(), is_folder);
-    SendMessageW(tree_, WM_SETREDRAW, FALSE, 0);
     for (const git::NamedEntry& entry : level) {
         std::wstring name = win32::to_wide(entry.name);
         const int image = is_folder(entry) ? folder_image_ : file_image_;
@@ -87,8 +88,6 @@ void FilesTree::insert_level(HTREEITEM parent, const std::wstring& folder, const
         entries_.push_back({folder + name, entry.id, entry.kind, false});
         SendMessageW(tree_, TVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&insert));
     }
-    SendMessageW(tree_, WM_SETREDRAW, TRUE, 0);
-    InvalidateRect(tree_, nullptr, TRUE);
 }
 
 void FilesTree::on_expanding(const NMTREEVIEWW& notification)
@@ -102,6 +101,7 @@ void FilesTree::on_expanding(const NMTREEVIEWW& notification)
         return;
     const git::Tree tree(found);
     const std::wstring folder = entries_[*index].path + L"/";
+    const RedrawPause pause(tree_);
     insert_level(notification.itemNew.hItem, folder, tree.get());
 }
 

@@ -98,7 +98,7 @@ private:
     win32::Handled on_command(UINT id, UINT code);
     win32::Handled on_set_cursor() const;
     void on_minimum_size(MINMAXINFO& info) const;
-    void on_selection(const Selection& selection);
+    void on_selection(std::unique_ptr<Selection> selection);
     void on_command_result(std::unique_ptr<git::CommandResult> result);
     void on_filter();
     void on_clear_filter();
@@ -248,8 +248,8 @@ win32::Handled HistoryWindow::on_posted_message(const win32::Message& message)
             open_commit(*id);
         return 0;
     case WM_REVLANE_SELECTION:
-        if (const auto selection = win32::take_owned<Selection>(message.wparam))
-            on_selection(*selection);
+        if (auto selection = win32::take_owned<Selection>(message.wparam))
+            on_selection(std::move(selection));
         return 0;
     case WM_REVLANE_COMPARE_REVISIONS:
         if (const auto commits = win32::take_owned<RevisionPair>(message.wparam))
@@ -603,20 +603,29 @@ void HistoryWindow::on_tree_menu(POINT place)
     TrackPopupMenuEx(items, TPM_RIGHTBUTTON, place.x, place.y, dialog_, nullptr);
 }
 
-void HistoryWindow::on_selection(const Selection& selection)
+void HistoryWindow::on_selection(std::unique_ptr<Selection> selection)
 {
     EnableWindow(item(IDC_COMPARE_WITH_PARENT), list_.selected_count() == 1);
-    // The same commit again, after the list was filled anew: what is open in the tree stays open.
-    if (!selection.has_value || !shown_commit_ || !git_oid_equal(&selection.id, &*shown_commit_))
-        clear_details();
-    if (!selection.has_value || !repository_)
+    // What is to be shown is said by the last of those that wait.
+    if (win32::is_waiting(dialog_, WM_REVLANE_SELECTION))
         return;
+    // The number of commits has come: it is shown in less time than the details of one take.
+    if (list_.has_count_waiting()) {
+        win32::post_owned(dialog_, WM_REVLANE_SELECTION, std::move(selection));
+        return;
+    }
+    if (!selection->has_value || !repository_) {
+        clear_details();
+        return;
+    }
     const git::Result<git::Commit> commit =
-        git::lookup_commit(repository_->handle.get(), selection.id);
-    if (commit)
+        git::lookup_commit(repository_->handle.get(), selection->id);
+    if (commit) {
         show_details(*commit);
-    else
-        show_error(commit.error());
+        return;
+    }
+    clear_details();
+    show_error(commit.error());
 }
 
 void HistoryWindow::clear_details()
@@ -626,6 +635,8 @@ void HistoryWindow::clear_details()
     files_.clear();
 }
 
+// What was shown before is replaced at once, not cleared first, which would take as long. The same commit
+// again, after the list was filled anew: what is open in the tree stays open.
 void HistoryWindow::show_details(const git::Commit& commit)
 {
     const git_oid& id = *git_commit_id(commit.get());

@@ -9,6 +9,7 @@
 #include "history/commit_search.h"
 #include "history/filter.h"
 #include "history/rev_list_with_filter.h"
+#include "win32/posted.h"
 #include "win32/task_slot.h"
 #include "win32/thread_pool.h"
 #include "win32/window.h"
@@ -81,6 +82,11 @@ public:
     [[nodiscard]] const std::optional<git_oid>& start() const noexcept { return start_; }
     // The rows that the list view has now; the true number of commits once the count has arrived.
     [[nodiscard]] int item_count() const noexcept;
+    // Whether the true number of commits has come, and is about to be shown.
+    [[nodiscard]] bool has_count_waiting() const noexcept
+    {
+        return win32::is_waiting(list_, WM_REVLANE_COUNT);
+    }
     // Whether the number of rows is still the quick count, with more to come.
     [[nodiscard]] bool is_counting() const noexcept;
     // Whether the answer of a search is still to come.

@@ -304,6 +304,28 @@ TEST_F(History, ShowsTheDetailsOfTheOneSelectedCommit)
     EXPECT_FALSE(IsWindowEnabled(control(IDC_COMPARE_WITH_PARENT)));
 }
 
+// Details wait for a number of commits that has come, and must not come to stand after later ones.
+TEST_F(History, ShowsTheDetailsThatWereAskedForLast)
+{
+    repository_.fast_import(straight_line(300));
+    open();
+    ASSERT_TRUE(wait_state(L"300 commits"));
+    pump();
+    const auto ask_for = [this](const char* revision) {
+        win32::post_owned(window_, WM_REVLANE_SELECTION,
+                          std::make_unique<Selection>(Selection{oid(revision), true}));
+    };
+    for (const bool has_later : {false, true}) {
+        ask_for("main~1");
+        win32::post_owned(list_, WM_REVLANE_COUNT, std::make_unique<CountResult>(300U));
+        if (has_later)
+            ask_for("main~2");
+        pump();
+        EXPECT_EQ(text(IDC_COMMIT_DETAILS).substr(0, 11),
+                  has_later ? L"subject 298" : L"subject 299");
+    }
+}
+
 TEST_F(History, AnUnbornBranchIsANormalState)
 {
     open();

@@ -44,4 +44,12 @@ void drain_owned(HWND window, UINT message) noexcept
         (void)take_owned<T>(waiting.wParam);
 }
 
+// Whether such a message waits for a window of this thread.
+inline bool is_waiting(HWND window, UINT message) noexcept
+{
+    MSG waiting{};
+    return window != nullptr &&
+           PeekMessageW(&waiting, window, message, message, PM_NOREMOVE | PM_NOYIELD) != FALSE;
+}
+
 }  // namespace win32
