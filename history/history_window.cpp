@@ -1,9 +1,7 @@
 #include "history/history_window.h"
 
 #include "changes/branches_dropdown.h"
-#include "changes/compare.h"
 #include "changes/end_work.h"
-#include "changes/file_picker.h"
 #include "changes/get_dpi.h"
 #include "changes/messages.h"
 #include "changes/modeless_dialogs.h"
@@ -11,13 +9,11 @@
 #include "changes/window_icon.h"
 #include "git/objects.h"
 #include "git/references.h"
-#include "history/commit_changes.h"
-#include "history/commit_details.h"
-#include "history/files_tree.h"
+#include "history/commit_view.h"
+#include "history/comparisons.h"
 #include "history/filter_dialog.h"
 #include "history/history_layout.h"
 #include "history/history_texts.h"
-#include "history/reference_map.h"
 #include "history/revlane_list.h"
 #include "history/window_placement.h"
 #include "plugin/host/editor.h"
@@ -53,11 +49,6 @@ constexpr int SPLITTER_REACH = 4;
 constexpr int BUTTON_PADDING = 24;
 constexpr SIZE LEAST_SIZE{420, 360};
 
-// EM_SETEXTENDEDSTYLE of the edit control, where Windows has it, and the styles by which a line feed
-// alone ends a line.
-constexpr UINT EDIT_SET_EXTENDED_STYLE = 0x150A;
-constexpr WPARAM EDIT_ALLOW_ALL_LINE_ENDS = 3;
-
 // The last key of a sequence that the window takes wherever the focus is in it.
 bool handle_key(HWND dialog, MSG& message)
 {
@@ -72,13 +63,6 @@ bool handle_key(HWND dialog, MSG& message)
         return true;
     }
     return false;
-}
-
-// Leaves a text alone that stands there already: setting it again would flicker and scroll.
-void set_text(HWND window, const std::wstring& text)
-{
-    if (win32::window_text(window) != text)
-        SetWindowTextW(window, text.c_str());
 }
 
 class HistoryWindow {
@@ -109,7 +93,6 @@ private:
     void reload();
     void on_reload();
     void read_repository();
-    const ReferenceMap& references();
     void fill_branches();
     void set_revision(std::string name);
     void show_start(bool anew, bool again = false);
@@ -118,14 +101,8 @@ private:
     [[nodiscard]] bool has_search() const;
     [[nodiscard]] bool may_find_more() const;
     void search(bool fill_first = false);
-    void clear_details();
-    void show_details(const git::Commit& commit);
-    void open_commit(const git_oid& id);
-    void compare_commits(const RevisionPair& commits);
     void compare_tree_file();
-    void show_changes(const git::Result<std::vector<git::FileChange>>& changes,
-                      const std::wstring& title);
-    void show_error(const git::Error& error) const;
+    [[nodiscard]] ComparisonPlace comparison_place() const;
 
     void lay_out();
     void update_state();
@@ -146,13 +123,11 @@ private:
     BS::thread_pool<> filter_pool_{1};
     BS::thread_pool<> command_pool_{1};
     std::optional<git::Repository> repository_;
-    git::Reference current_;                  // whose commits are shown; null: an unborn HEAD
-    std::wstring unborn_branch_;              // that HEAD is on
-    std::optional<ReferenceMap> references_;  // read when the first details need it
+    git::Reference current_;      // whose commits are shown; null: an unborn HEAD
+    std::wstring unborn_branch_;  // that HEAD is on
     BranchesDropdown branches_;
     RevlaneList list_;
-    FilesTree files_;
-    std::optional<git_oid> shown_commit_;  // in details and files
+    CommitView commit_;
     Filter::State filter_;
     std::wstring file_path_;  // whose history is shown; empty: none
     std::wstring in_force_;   // what the filter in force looks for, for people
@@ -200,7 +175,7 @@ win32::Handled HistoryWindow::handle(const win32::Message& message)
         // From the keyboard only: the mouse arrives as NM_RCLICK.
         if (reinterpret_cast<HWND>(message.wparam) != item(IDC_FILES_TREE) || message.lparam != -1)
             return std::nullopt;
-        on_tree_menu(files_.keyboard_menu_place());
+        on_tree_menu(commit_.files().keyboard_menu_place());
         return 0;
     case WM_SETCURSOR:
     case WM_LBUTTONDOWN:
@@ -244,16 +219,17 @@ win32::Handled HistoryWindow::on_posted_message(const win32::Message& message)
             open_repository(*path);
         return 0;
     case WM_REVLANE_OPEN_COMMIT:
-        if (const auto id = win32::take_owned<git_oid>(message.wparam))
-            open_commit(*id);
+        if (const auto id = win32::take_owned<git_oid>(message.wparam); id && repository_)
+            show_commit_changes(comparison_place(), *id);
         return 0;
     case WM_REVLANE_SELECTION:
         if (auto selection = win32::take_owned<Selection>(message.wparam))
             on_selection(std::move(selection));
         return 0;
     case WM_REVLANE_COMPARE_REVISIONS:
-        if (const auto commits = win32::take_owned<RevisionPair>(message.wparam))
-            compare_commits(*commits);
+        if (const auto commits = win32::take_owned<RevisionPair>(message.wparam);
+            commits && repository_)
+            show_changes_between(comparison_place(), *commits);
         return 0;
     case WM_REVLANE_REFRESH_ALL: {
         const HWND frame = frame_;
@@ -284,9 +260,7 @@ LRESULT HistoryWindow::on_init(HWND dialog)
     set_window_icon(dialog);
     const HistoryPlacement placement = read_history_placement(frame_);
     splitter_ = placement.splitter;
-    SendMessageW(item(IDC_COMMIT_DETAILS), EDIT_SET_EXTENDED_STYLE, EDIT_ALLOW_ALL_LINE_ENDS,
-                 static_cast<LPARAM>(EDIT_ALLOW_ALL_LINE_ENDS));
-    files_.init(item(IDC_FILES_TREE));
+    commit_.init(item(IDC_COMMIT_DETAILS), item(IDC_FILES_TREE));
     branches_.attach(dialog, item(IDC_HISTORY_BRANCH));
     // First, so that the controls are laid out once, for what they are to show.
     read_repository();
@@ -330,9 +304,9 @@ void HistoryWindow::close_repository()
 {
     branches_.set_repository(nullptr);
     current_.reset();
-    references_.reset();
+    commit_.forget_references();
     unborn_branch_.clear();
-    clear_details();
+    commit_.clear();
     repository_.reset();
 }
 
@@ -362,7 +336,7 @@ void HistoryWindow::read_repository()
         return;
     }
     current_.reset();
-    references_.reset();
+    commit_.forget_references();
     repository_ = std::move(*opened);
     fill_branches();
 }
@@ -420,10 +394,10 @@ void HistoryWindow::show_start(bool anew, bool again)
     else
         list_.renew_repository(repository_);
     list_.set_start(start);
-    if (shown_commit_) {
+    if (commit_.commit()) {
         // The references at the commit may have changed. One that is gone stays on view.
-        if (const auto commit = git::lookup_commit(repository_->handle.get(), *shown_commit_))
-            show_details(*commit);
+        if (const auto commit = git::lookup_commit(repository_->handle.get(), *commit_.commit()))
+            commit_.show(*repository_, *commit);
     }
     // The list may show an error box, during which the window may go.
     const HWND dialog = dialog_;
@@ -507,10 +481,10 @@ win32::Handled HistoryWindow::on_notify(NMHDR& header)
         return std::nullopt;
     switch (header.code) {
     case TVN_ITEMEXPANDINGW:
-        files_.on_expanding(*reinterpret_cast<const NMTREEVIEWW*>(&header));
+        commit_.files().on_expanding(*reinterpret_cast<const NMTREEVIEWW*>(&header));
         return 0;
     case NM_RCLICK:
-        files_.select_at_cursor();
+        commit_.files().select_at_cursor();
         {
             POINT place{};
             GetCursorPos(&place);
@@ -519,7 +493,7 @@ win32::Handled HistoryWindow::on_notify(NMHDR& header)
         return 1;
     case NM_DBLCLK:
         // On a folder it opens and closes, as everywhere.
-        if (!files_.selected_file())
+        if (!commit_.files().selected_file())
             return 0;
         compare_tree_file();
         return 1;
@@ -541,8 +515,8 @@ win32::Handled HistoryWindow::on_command(UINT id, UINT code)
         on_clear_filter();
         return 0;
     case IDC_COMPARE_WITH_PARENT:
-        if (const std::optional<git_oid> commit = list_.selected_commit())
-            open_commit(*commit);
+        if (const std::optional<git_oid> commit = list_.selected_commit(); commit && repository_)
+            show_commit_changes(comparison_place(), *commit);
         return 0;
     case IDC_HISTORY_BRANCH:
         branches_.on_command(code);
@@ -551,7 +525,7 @@ win32::Handled HistoryWindow::on_command(UINT id, UINT code)
         compare_tree_file();
         return 0;
     case ID_TREE_FILE_HISTORY:
-        if (const std::optional<std::wstring> path = files_.selected_file())
+        if (const std::optional<std::wstring> path = commit_.files().selected_file())
             show_file_history(*path);
         return 0;
     case IDCANCEL:
@@ -596,9 +570,9 @@ void HistoryWindow::on_tree_menu(POINT place)
         LoadMenuW(host::resource_module(), MAKEINTRESOURCEW(IDM_FILES_TREE)));
     const HMENU items = GetSubMenu(menu.get(), 0);
     SetMenuDefaultItem(items, ID_COMPARE_TREE_FILE, FALSE);
-    if (!files_.has_selection())
+    if (!commit_.files().has_selection())
         EnableMenuItem(items, ID_COMPARE_TREE_FILE, MF_GRAYED);
-    if (!files_.selected_file())
+    if (!commit_.files().selected_file())
         EnableMenuItem(items, ID_TREE_FILE_HISTORY, MF_GRAYED);
     TrackPopupMenuEx(items, TPM_RIGHTBUTTON, place.x, place.y, dialog_, nullptr);
 }
@@ -615,102 +589,28 @@ void HistoryWindow::on_selection(std::unique_ptr<Selection> selection)
         return;
     }
     if (!selection->has_value || !repository_) {
-        clear_details();
+        commit_.clear();
         return;
     }
     const git::Result<git::Commit> commit =
         git::lookup_commit(repository_->handle.get(), selection->id);
     if (commit) {
-        show_details(*commit);
+        commit_.show(*repository_, *commit);
         return;
     }
-    clear_details();
-    show_error(commit.error());
-}
-
-void HistoryWindow::clear_details()
-{
-    shown_commit_.reset();
-    SetWindowTextW(item(IDC_COMMIT_DETAILS), L"");
-    files_.clear();
-}
-
-// What was shown before is replaced at once, not cleared first, which would take as long. The same commit
-// again, after the list was filled anew: what is open in the tree stays open.
-void HistoryWindow::show_details(const git::Commit& commit)
-{
-    const git_oid& id = *git_commit_id(commit.get());
-    set_text(
-        item(IDC_COMMIT_DETAILS),
-        commit_details_text(commit.get(), references(), host::load_text(IDS_REFERENCES_HEADING)));
-    if (!shown_commit_ || !git_oid_equal(&*shown_commit_, &id))
-        files_.show(repository_->handle, commit.get());
-    shown_commit_ = id;
-}
-
-// The list of commits is drawn before the references are read, which takes as long for many of them.
-const ReferenceMap& HistoryWindow::references()
-{
-    if (!references_)
-        references_ = read_reference_map(repository_->handle.get()).value_or(ReferenceMap{});
-    return *references_;
-}
-
-void HistoryWindow::show_changes(const git::Result<std::vector<git::FileChange>>& changes,
-                                 const std::wstring& title)
-{
-    if (changes)
-        open_file_picker({frame_, *repository_, title, *changes});
-    else
-        show_error(changes.error());
-}
-
-void HistoryWindow::open_commit(const git_oid& id)
-{
-    if (!repository_)
-        return;
-    git_repository* repository = repository_->handle.get();
-    const git::Result<git::Commit> commit = git::lookup_commit(repository, id);
-    if (!commit) {
-        show_error(commit.error());
-        return;
-    }
-    show_changes(changes_of_commit(repository, id),
-                 text_with(IDS_COMMIT_CHANGES_TITLE, git::short_oid_text(id),
-                           git::commit_row(commit->get()).summary));
-}
-
-void HistoryWindow::compare_commits(const RevisionPair& commits)
-{
-    if (!repository_)
-        return;
-    // The list has the newer commit first; a comparison shows the older one at the left.
-    show_changes(changes_between(repository_->handle.get(), commits.second, commits.first),
-                 text_with(IDS_COMPARE_COMMITS_TITLE, git::short_oid_text(commits.second),
-                           git::short_oid_text(commits.first)));
+    commit_.clear();
+    win32::show_error(dialog_, git::to_wide(commit.error()));
 }
 
 void HistoryWindow::compare_tree_file()
 {
-    if (!repository_ || !shown_commit_)
-        return;
-    const std::optional<std::wstring> path = files_.selected_file();
-    if (!path) {
-        show_error(git::Error::own("selection count is invalid"));
-        return;
-    }
-    const git::Result<git::FileChange> change =
-        change_of_file(repository_->handle.get(), *shown_commit_, *path);
-    if (!change) {
-        show_error(change.error());
-        return;
-    }
-    // Copies: the editor pumps messages as it opens documents, and may close this window.
-    const HWND frame = frame_;
-    const git::LibraryScope library;
-    const git::Repository repository = *repository_;
-    if (const auto compared = compare_versions(frame, repository, *change, false); !compared)
-        win32::show_error(frame, git::to_wide(compared.error()));
+    if (repository_ && commit_.commit())
+        compare_file(comparison_place(), *commit_.commit(), commit_.files().selected_file());
+}
+
+ComparisonPlace HistoryWindow::comparison_place() const
+{
+    return {dialog_, frame_, *repository_};
 }
 
 void HistoryWindow::on_command_result(std::unique_ptr<git::CommandResult> result)
@@ -719,11 +619,6 @@ void HistoryWindow::on_command_result(std::unique_ptr<git::CommandResult> result
         return;
     PostMessageW(dialog_, WM_REVLANE_REFRESH_ALL, 0, 0);
     host::send_request(frame_, WM_REVLANE_COMMAND_RESULT, std::move(result));
-}
-
-void HistoryWindow::show_error(const git::Error& error) const
-{
-    win32::show_error(dialog_, git::to_wide(error));
 }
 
 win32::Handled HistoryWindow::on_mouse(const win32::Message& message)
@@ -837,14 +732,15 @@ void HistoryWindow::update_state()
     const std::wstring branch = current_ != nullptr
                                     ? win32::to_wide(git::reference_display_name(current_.get()))
                                     : unborn_branch_;
-    set_text(dialog_, text_with(IDS_HISTORY_TITLE, name));
-    set_text(item(IDC_HISTORY_TITLE), heading_text(path_, branch));
-    set_text(item(IDC_HISTORY_STATE), state_text({.count = list_.item_count(),
-                                                  .is_searching = list_.is_filtering(),
-                                                  .is_counting = list_.is_counting(),
-                                                  .has_filter = list_.has_filter()},
-                                                 in_force_));
-    set_text(item(IDC_HISTORY_EMPTY), empty_text());
+    win32::show_window_text(dialog_, text_with(IDS_HISTORY_TITLE, name));
+    win32::show_window_text(item(IDC_HISTORY_TITLE), heading_text(path_, branch));
+    win32::show_window_text(item(IDC_HISTORY_STATE),
+                            state_text({.count = list_.item_count(),
+                                        .is_searching = list_.is_filtering(),
+                                        .is_counting = list_.is_counting(),
+                                        .has_filter = list_.has_filter()},
+                                       in_force_));
+    win32::show_window_text(item(IDC_HISTORY_EMPTY), empty_text());
     if (list_.is_filtering() || list_.is_counting())
         SetTimer(dialog_, STATE_TIMER, STATE_INTERVAL, nullptr);
     else

@@ -90,4 +90,10 @@ std::wstring window_text(HWND window)
     return text;
 }
 
+void show_window_text(HWND window, const std::wstring& text)
+{
+    if (window_text(window) != text)
+        SetWindowTextW(window, text.c_str());
+}
+
 }  // namespace win32

@@ -158,5 +158,8 @@ private:
 
 // The whole text of a window or control.
 std::wstring window_text(HWND window);
+// Gives a window a text; one that stands there already is left alone, since setting it would flicker and
+// scroll.
+void show_window_text(HWND window, const std::wstring& text);
 
 }  // namespace win32
