@@ -151,6 +151,9 @@ void RevlaneList::refresh()
         return fill();
     }();
     draw();
+    // Only now: the walk of the count and the drawing would hold each other up.
+    if (filled && !model_->has_filter() && model_->has_walk())
+        count_revisions();
     // Last, since anything may be gone once the box is closed.
     if (!filled)
         win32::show_error(list_, git::to_wide(filled.error()));
@@ -186,8 +189,6 @@ git::Result<void> RevlaneList::fill()
         select_rows({0});
     else
         post_selection();
-    if (is_counted)
-        count_revisions();
     return {};
 }
 

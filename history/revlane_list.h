@@ -119,7 +119,7 @@ private:
     void on_create_branch();
     void post_selection();
 
-    // Fills the list, and has the rows beyond it counted while they are drawn.
+    // Fills the list with its first rows.
     git::Result<void> fill();
     void filter_by_id(const std::wstring& text);
     void post_filtered(FilterResult result);
