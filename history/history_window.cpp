@@ -40,6 +40,9 @@ namespace revlane {
 
 namespace {
 
+// Of the window to itself.
+constexpr UINT WM_HISTORY_SHOW = WM_APP + 100;
+
 // Asks again and again whether the work that the state line speaks of has ended.
 constexpr UINT_PTR STATE_TIMER = 1;
 constexpr UINT STATE_INTERVAL = 200;  // milliseconds
@@ -76,6 +79,7 @@ public:
 
 private:
     LRESULT on_init(HWND dialog);
+    void on_show();
     win32::Handled on_posted_message(const win32::Message& message);
     win32::Handled on_mouse(const win32::Message& message);
     win32::Handled on_notify(NMHDR& header);
@@ -135,6 +139,7 @@ private:
     win32::DialogControls controls_;
     win32::ControlPlacement placement_;
     int splitter_ = 0;
+    bool opens_maximized_ = false;
 };
 
 HistoryWindow::HistoryWindow(const HistoryRequest& request)
@@ -247,6 +252,9 @@ win32::Handled HistoryWindow::on_posted_message(const win32::Message& message)
     case WM_REVLANE_RELOAD_REFERENCES:
         on_reload();
         return 0;
+    case WM_HISTORY_SHOW:
+        on_show();
+        return 0;
     default:
         return std::nullopt;
     }
@@ -262,11 +270,16 @@ LRESULT HistoryWindow::on_init(HWND dialog)
     splitter_ = placement.splitter;
     commit_.init(item(IDC_COMMIT_DETAILS), item(IDC_FILES_TREE));
     branches_.attach(dialog, item(IDC_HISTORY_BRANCH));
+    // Ahead of what follows from filling the list, so that the commits are drawn before their details
+    // are read. In a message of its own: making the window takes long enough for one.
+    opens_maximized_ = placement.is_maximized;
+    PostMessageW(dialog, WM_HISTORY_SHOW, 0, 0);
     // First, so that the controls are laid out once, for what they are to show.
     read_repository();
     const RECT& window = placement.window;
     SetWindowPos(dialog, nullptr, window.left, window.top, window.right - window.left,
                  window.bottom - window.top, SWP_NOZORDER | SWP_NOACTIVATE);
+    branches_.begin();
     // Filled before it is shown: the commits are counted while it is drawn. An error box may stand in
     // between, during which the window may go.
     list_.set_repository(repository_);
@@ -276,10 +289,14 @@ LRESULT HistoryWindow::on_init(HWND dialog)
         return FALSE;
     lay_out();
     update_state();
-    ShowWindow(dialog, placement.is_maximized ? SW_SHOWMAXIMIZED : SW_SHOW);
+    return FALSE;
+}
+
+void HistoryWindow::on_show()
+{
+    ShowWindow(dialog_, opens_maximized_ ? SW_SHOWMAXIMIZED : SW_SHOW);
     SetFocus(list_.window());
     list_.draw();
-    return FALSE;
 }
 
 void HistoryWindow::open_repository(const std::filesystem::path& path)

@@ -101,9 +101,11 @@ void RevlaneList::init(HWND host)
     list_ = GetDlgItem(host, IDC_COMMIT_LIST);
     subclass_ = std::make_unique<win32::Subclass>(
         list_, [this](const win32::Message& message) { return handle(message); });
-    ListView_SetExtendedListViewStyle(list_, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER);
     {
         const RedrawPause pause(list_);
+        // Put on again before the control is drawn, when it may change its size.
+        const win32::Subclass::Pause unwatched(*subclass_);
+        ListView_SetExtendedListViewStyle(list_, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER);
         insert_columns();
     }
     // The host may go while an error box stands.

@@ -99,6 +99,10 @@ protected:
         window_ = open_history_window({host_.window(), repository_.path(), std::move(revision)});
         ASSERT_NE(window_, nullptr);
         list_ = control(IDC_COMMIT_LIST);
+        // It is shown by the first message that it posts to itself. What follows is left to the test.
+        MSG message{};
+        while (!IsWindowVisible(window_) && PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE))
+            DispatchMessageW(&message);
     }
     [[nodiscard]] HWND control(int id) const { return GetDlgItem(window_, id); }
     [[nodiscard]] std::wstring text(int id) const { return win32::window_text(control(id)); }

@@ -56,6 +56,11 @@ Subclass::Pause::Pause(const std::optional<Subclass>& subclass) noexcept
         subclass_->take_off();
 }
 
+Subclass::Pause::Pause(const Subclass& subclass) noexcept : subclass_(&subclass)
+{
+    subclass_->take_off();
+}
+
 Subclass::Pause::~Pause()
 {
     if (subclass_ != nullptr)

@@ -138,6 +138,7 @@ public:
     class Pause {
     public:
         explicit Pause(const std::optional<Subclass>& subclass) noexcept;
+        explicit Pause(const Subclass& subclass) noexcept;
         ~Pause();
         Pause(const Pause&) = delete;
         Pause& operator=(const Pause&) = delete;
