@@ -69,15 +69,16 @@ RecordedGit::RecordedGit()
 
 std::vector<RecordedRun> RecordedGit::take_runs()
 {
-    const fs::path file_path = folder_.path() / L"runs";
-    std::ifstream file(file_path, std::ios::binary);
-    if (!file)
+    // A run that is being written down keeps its file from being renamed: it is of the next call.
+    const fs::path taken_file = folder_.path() / L"taken";
+    std::error_code failed;
+    fs::rename(folder_.path() / L"runs", taken_file, failed);
+    if (failed)
         return {};
-    std::wstring bytes(fs::file_size(file_path) / sizeof(wchar_t), L'\0');
+    std::ifstream file(taken_file, std::ios::binary);
+    std::wstring bytes(fs::file_size(taken_file) / sizeof(wchar_t), L'\0');
     file.read(reinterpret_cast<char*>(bytes.data()),
               static_cast<std::streamsize>(bytes.size() * sizeof(wchar_t)));
-    file.close();
-    fs::remove(file_path);
 
     std::wstring_view text = bytes;
     const auto take_text = [&text] {
