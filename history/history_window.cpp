@@ -1,6 +1,7 @@
 #include "history/history_window.h"
 
 #include "changes/branches_dropdown.h"
+#include "changes/drop_down_place.h"
 #include "changes/end_work.h"
 #include "changes/get_dpi.h"
 #include "changes/messages.h"
@@ -729,7 +730,8 @@ void HistoryWindow::lay_out()
     using Part = win32::ControlPlacement::Part;
     const std::array parts{
         Part{item(IDC_HISTORY_TITLE), layout_.title, true},
-        Part{item(IDC_HISTORY_BRANCH), layout_.branch, repository_.has_value()},
+        Part{item(IDC_HISTORY_BRANCH), drop_down_place(item(IDC_HISTORY_BRANCH), layout_.branch),
+             repository_.has_value()},
         Part{item(IDC_FILTER), layout_.filter, !is_empty},
         Part{item(IDC_CLEAR_FILTER), layout_.clear_filter, !is_empty && has_filter},
         Part{item(IDC_HISTORY_STATE), layout_.state, !is_empty},

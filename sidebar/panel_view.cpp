@@ -1,5 +1,6 @@
 #include "sidebar/panel_view.h"
 
+#include "changes/drop_down_place.h"
 #include "changes/get_dpi.h"
 #include "changes/list_control.h"
 #include "changes/texts.h"
@@ -21,7 +22,6 @@ namespace {
 // Sizes at 96 DPI.
 constexpr int BUTTON_PADDING = 10;  // between a button's text and its edge
 constexpr int MIN_BUTTON_WIDTH = 64;
-constexpr int COMBO_FRAME = 6;  // what a drop-down has above and below its text field together
 
 constexpr int BRANCH_INDENT = 4;
 
@@ -80,7 +80,6 @@ void PanelView::detach()
     // Until the dialog is made anew nothing is placed.
     is_shown_ = false;
     placement_ = {};
-    branch_field_ = 0;
     drag_.reset();
     dialog_ = nullptr;
 }
@@ -92,8 +91,6 @@ void PanelView::renew_fonts()
     const auto font = reinterpret_cast<WPARAM>(renewed.text.get());
     for (const auto& [id, control] : controls_.all())
         SendMessageW(control, WM_SETFONT, font, FALSE);
-    // A font brings a height of its own.
-    branch_field_ = 0;
     // Not before no control uses them any more.
     fonts_ = std::move(renewed);
     set_row_heights();
@@ -159,13 +156,13 @@ void PanelView::lay_out()
         return;
     }
     layout_ = lay_out_sidebar(layout_input());
-    fit_branch_field();
     // A control that is not shown takes part in nothing, the tab order included.
     const auto part = [this](int id, const RECT& area) {
         return win32::ControlPlacement::Part{control(id), area, IsRectEmpty(&area) == FALSE};
     };
     placement_.apply(std::array{
-        part(IDC_CHOOSE_FOLDER, layout_.choose_folder), part(IDC_BRANCH, layout_.branch),
+        part(IDC_CHOOSE_FOLDER, layout_.choose_folder),
+        part(IDC_BRANCH, drop_down_place(control(IDC_BRANCH), layout_.branch)),
         part(IDC_PANEL_MENU, layout_.panel_menu), part(IDC_SHOW_HISTORY, layout_.history),
         part(IDC_COMMIT_MESSAGE, layout_.message), part(IDC_COMMIT, layout_.commit),
         part(IDC_STAGE_ALL_AND_COMMIT, layout_.stage_all_and_commit), part(IDC_PULL, layout_.pull),
@@ -178,17 +175,6 @@ void PanelView::lay_out()
     progress_.place(layout_.progress);
     pull_tip_.cover_disabled();
     push_tip_.cover_disabled();
-}
-
-// The text field of the drop-down decides its height.
-void PanelView::fit_branch_field()
-{
-    const int field =
-        static_cast<int>(layout_.branch.bottom - layout_.branch.top) - scale(COMBO_FRAME, dpi_);
-    if (field <= 0 || field == branch_field_)
-        return;
-    branch_field_ = field;
-    SendMessageW(control(IDC_BRANCH), CB_SETITEMHEIGHT, static_cast<WPARAM>(-1), field);
 }
 
 void PanelView::show_repository()

@@ -74,7 +74,6 @@ private:
     void enable(int id, bool enabled) const;
     void set_count(std::optional<std::size_t>& shown, std::optional<std::size_t> count, int id);
     void set_row_heights();
-    void fit_branch_field();
     bool begin_drag(POINT point);
     void drag(POINT point);
     void end_drag();
@@ -84,7 +83,6 @@ private:
     win32::DialogControls controls_;
     win32::ControlPlacement placement_;
     int dpi_ = 96;
-    int branch_field_ = 0;  // height of the drop-down's text field as it was last set
     PanelFonts fonts_;
     ImageList row_height_;
     ImageList branch_row_height_;
