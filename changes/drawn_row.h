@@ -32,7 +32,7 @@ public:
     // On the colour of a selection no other colours can be read.
     [[nodiscard]] bool has_selection_color() const noexcept { return has_selection_color_; }
 
-    // In the list's font.
+    // In the font that the dc has, which is the list's at first.
     [[nodiscard]] int width_of(std::wstring_view text) const;
     // Room that is left, in pixels.
     [[nodiscard]] int room() const noexcept { return static_cast<int>(area_.right - area_.left); }

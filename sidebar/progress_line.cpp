@@ -27,8 +27,9 @@ void ProgressLine::attach(HWND control)
 void ProgressLine::place(const RECT& area)
 {
     area_ = area;
-    // Most of the time it is hidden, and then it is moved as it appears.
-    if (IsWindowVisible(control_))
+    // Most of the time it is hidden, and then it is moved as it appears. Its own style, since it is
+    // placed too while drawing pauses and while the editor hides the panel.
+    if ((GetWindowLongPtrW(control_, GWL_STYLE) & WS_VISIBLE) != 0)
         move(0);
 }
 
