@@ -1,12 +1,16 @@
 #include "changes/list_control.h"
 
 #include <commctrl.h>
+#include <windowsx.h>
 
 #include <algorithm>
 
 namespace revlane {
 
 namespace {
+
+// So many rows are deselected one by one in less time than Wine takes for a list of a thousand rows.
+constexpr int FEW_ROWS = 20;
 
 int next_row(HWND list, int row, UINT state)
 {
@@ -32,6 +36,44 @@ RECT row_bounds(HWND list, int row)
     SendMessageW(list, LVM_GETITEMRECT, static_cast<WPARAM>(row),
                  reinterpret_cast<LPARAM>(&bounds));
     return bounds;
+}
+
+bool has_state(HWND list, int row, UINT state)
+{
+    return (SendMessageW(list, LVM_GETITEMSTATE, static_cast<WPARAM>(row), state) & state) != 0;
+}
+
+// Whether a key moves the selection to another row. At the end of the list it leaves all as it is.
+bool moves_selection(HWND list, WPARAM key)
+{
+    if (GetKeyState(VK_SHIFT) < 0 || GetKeyState(VK_CONTROL) < 0)
+        return false;
+    const int focused = next_row(list, -1, LVNI_FOCUSED);
+    switch (key) {
+    case VK_UP:
+    case VK_PRIOR:
+    case VK_HOME:
+        return focused > 0;
+    case VK_DOWN:
+    case VK_NEXT:
+    case VK_END:
+        return focused >= 0 && focused + 1 < SendMessageW(list, LVM_GETITEMCOUNT, 0, 0);
+    default:
+        return false;
+    }
+}
+
+// Whether a click selects the row that it meets. One that is selected already keeps the others.
+bool selects_row(const win32::Message& click)
+{
+    if ((click.wparam & (MK_SHIFT | MK_CONTROL)) != 0)
+        return false;
+    LVHITTESTINFO hit{};
+    hit.pt = {GET_X_LPARAM(click.lparam), GET_Y_LPARAM(click.lparam)};
+    const auto row = static_cast<int>(
+        SendMessageW(click.window, LVM_SUBITEMHITTEST, 0, reinterpret_cast<LPARAM>(&hit)));
+    return row >= 0 && (hit.flags & LVHT_ONITEM) != 0 &&
+           !has_state(click.window, row, LVIS_SELECTED);
 }
 
 }  // namespace
@@ -75,6 +117,31 @@ void clear_row_states(HWND list)
 {
     constexpr int all_rows = -1;
     set_row_state(list, all_rows, 0, LVIS_SELECTED | LVIS_FOCUSED);
+}
+
+void deselect_few(HWND list)
+{
+    if (SendMessageW(list, LVM_GETSELECTEDCOUNT, 0, 0) > FEW_ROWS)
+        return;
+    for (const std::size_t row : selected_rows(list))
+        set_row_state(list, static_cast<int>(row), 0, LVIS_SELECTED);
+}
+
+void deselect_ahead(const win32::Message& message)
+{
+    switch (message.id) {
+    case WM_KEYDOWN:
+        if (moves_selection(message.window, message.wparam))
+            deselect_few(message.window);
+        break;
+    case WM_LBUTTONDOWN:
+    case WM_RBUTTONDOWN:
+        if (selects_row(message))
+            deselect_few(message.window);
+        break;
+    default:
+        break;
+    }
 }
 
 void scroll_to_top(HWND list, std::size_t row)

@@ -31,6 +31,13 @@ void add_row_state(HWND list, std::size_t row, UINT state);
 // No row is selected or has the focus afterwards.
 void clear_row_states(HWND list);
 
+// No row is selected afterwards, if only a few are now. Wine's list view goes through all rows that
+// there are when all are to lose the selection at once, unless none has it.
+void deselect_few(HWND list);
+// To be called with each message that is about to reach the list: where a key or a click is going to
+// select another row and no other, the selection is off already when the list takes it off.
+void deselect_ahead(const win32::Message& message);
+
 // Scrolls until the row is the first one on view. Not while painting pauses: the control scrolls by
 // what it has laid out.
 void scroll_to_top(HWND list, std::size_t row);

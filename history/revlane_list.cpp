@@ -335,6 +335,7 @@ void RevlaneList::on_filtered(WPARAM wparam)
 void RevlaneList::select_commit(const git_oid& id)
 {
     wanted_.reset();
+    deselect_few(list_);
     ListView_SetItemState(list_, -1, 0, LVIS_SELECTED);
     const auto count = static_cast<std::size_t>(item_count());
     const std::size_t index = model_->find(id, count);
@@ -410,6 +411,9 @@ LRESULT RevlaneList::on_notify(NMHDR& header)
         // A range of rows changes without LVN_ITEMCHANGED.
         post_selection();
         break;
+    case LVN_ODFINDITEMW:
+        // A letter was typed. Looking for it would read every commit there is.
+        return -1;
     case LVN_KEYDOWN:
         on_key_down(reinterpret_cast<const NMLVKEYDOWN*>(&header)->wVKey);
         break;
@@ -451,6 +455,7 @@ void RevlaneList::on_key_down(WORD key)
 
 win32::Handled RevlaneList::handle(const win32::Message& message)
 {
+    deselect_ahead(message);
     switch (message.id) {
     case WM_SIZE:
     case WM_DPICHANGED:

@@ -909,6 +909,66 @@ TEST_F(History, EverythingCanBeReachedByKeys)
     EXPECT_FALSE(IsWindow(window_));
 }
 
+TEST_F(History, KeysAndClicksSelectAsInEveryList)
+{
+    repository_.fast_import(straight_line(300));
+    open();
+    EXPECT_TRUE(wait_state(L"300 commits"));
+    const auto click = [this](UINT down, UINT up, int row, WPARAM keys) {
+        RECT place{};
+        ListView_GetItemRect(list_, row, &place, LVIR_LABEL);
+        const LPARAM at = MAKELPARAM(place.left + 2, place.top + 2);
+        // The list waits for the button to come up again.
+        PostMessageW(list_, up, keys, at);
+        send(list_, down, keys, at);
+        pump();
+    };
+    using Rows = std::vector<int>;
+    struct Case {
+        std::string does;
+        Rows selected;
+        std::function<void()> act;
+        Rows wanted;
+    };
+    const auto key = [](WPARAM code) { return [code] { press(code); }; };
+    const auto with_control = [](WPARAM code) {
+        return [code] {
+            const ControlKey control;
+            press(code);
+        };
+    };
+    const auto left = [&](int row, WPARAM keys = 0) {
+        return [=] { click(WM_LBUTTONDOWN, WM_LBUTTONUP, row, keys | MK_LBUTTON); };
+    };
+    const std::vector<Case> cases{
+        {"down moves", {4}, key(VK_DOWN), {5}},
+        {"end goes to the end", {5}, key(VK_END), {299}},
+        {"down stays at the end", {299}, key(VK_DOWN), {299}},
+        {"home goes to the start", {299}, key(VK_HOME), {0}},
+        {"up stays at the start", {0}, key(VK_UP), {0}},
+        {"a key leaves one of several", {2, 3}, key(VK_UP), {2}},
+        {"control moves the focus alone", {2}, with_control(VK_DOWN), {2}},
+        {"a letter is no command",
+         {7},
+         [this] {
+             PostMessageW(list_, WM_CHAR, 's', 1);
+             pump();
+         },
+         {7}},
+        {"a click selects", {1, 2}, left(4), {4}},
+        {"a click with control adds", {1, 2}, left(4, MK_CONTROL), {1, 2, 4}},
+        {"a click on one of several", {1, 2}, left(2), {2}},
+    };
+    for (const Case& one : cases) {
+        SCOPED_TRACE(one.does);
+        SetFocus(list_);
+        select(one.selected);
+        ListView_EnsureVisible(list_, one.selected.back(), FALSE);
+        one.act();
+        EXPECT_EQ(selected(), one.wanted);
+    }
+}
+
 TEST_F(History, StandsWhereItStoodLast)
 {
     repository_.fast_import(straight_line(3));
