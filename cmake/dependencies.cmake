@@ -34,6 +34,7 @@ if(MINGW)
     target_link_libraries(deps_libgit2 INTERFACE
         "${REVLANE_PREFIX}/lib/libgit2.a"
         "${REVLANE_PREFIX}/lib/libpcre2-8.a"
+        "${REVLANE_PREFIX}/lib/libdeflate.a"
         "${REVLANE_PREFIX}/lib/libhttp_parser.a"
         z ws2_32 secur32 rpcrt4 crypt32)
     # The compiler links its library for threads by name: the one in the prefix comes first.
