@@ -84,23 +84,11 @@ void BranchesList::attach(HWND owner, HWND list, std::wstring empty_text)
     list_ = list;
     empty_text_ = std::move(empty_text);
     current_mark_ = host::load_text(IDS_CURRENT_BRANCH);
-    SendMessageW(list_, WM_SETREDRAW, FALSE, 0);
-    // Names that the column cuts off unfold under the pointer.
-    constexpr DWORD styles = LVS_EX_DOUBLEBUFFER | LVS_EX_FULLROWSELECT | LVS_EX_LABELTIP;
-    SendMessageW(list_, LVM_SETEXTENDEDLISTVIEWSTYLE, styles, styles);
-    for (const int index : {COLUMN_NAME, COLUMN_NOTE}) {
-        LVCOLUMNW column{};
-        column.mask = LVCF_FMT;
-        column.fmt = index == COLUMN_NOTE ? LVCFMT_RIGHT : LVCFMT_LEFT;
-        SendMessageW(list_, LVM_INSERTCOLUMNW, static_cast<WPARAM>(index),
-                     reinterpret_cast<LPARAM>(&column));
-    }
 }
 
 void BranchesList::begin()
 {
     measure();
-    SendMessageW(list_, WM_SETREDRAW, TRUE, 0);
     subclass_.emplace(list_,
                       [this](const win32::Message& message) { return on_list_message(message); });
 }
@@ -150,6 +138,8 @@ void BranchesList::fill(git::BranchList references, const git_reference* current
         const RedrawPause pause(list_);
         // Put on again before the control is drawn, when it may change its size.
         const win32::Subclass::Pause unwatched(subclass_);
+        if (!std::exchange(has_columns_, true))
+            insert_columns();
         clear_row_states(list_);
         SendMessageW(list_, LVM_SETITEMCOUNT, references_.size(), LVSICF_NOSCROLL);
         fit_columns();
@@ -409,8 +399,24 @@ int BranchesList::widest_note() const
     return static_cast<int>(width);
 }
 
+void BranchesList::insert_columns()
+{
+    // Names that the column cuts off unfold under the pointer.
+    constexpr DWORD styles = LVS_EX_DOUBLEBUFFER | LVS_EX_FULLROWSELECT | LVS_EX_LABELTIP;
+    SendMessageW(list_, LVM_SETEXTENDEDLISTVIEWSTYLE, styles, styles);
+    for (const int index : {COLUMN_NAME, COLUMN_NOTE}) {
+        LVCOLUMNW column{};
+        column.mask = LVCF_FMT;
+        column.fmt = index == COLUMN_NOTE ? LVCFMT_RIGHT : LVCFMT_LEFT;
+        SendMessageW(list_, LVM_INSERTCOLUMNW, static_cast<WPARAM>(index),
+                     reinterpret_cast<LPARAM>(&column));
+    }
+}
+
 void BranchesList::fit_columns()
 {
+    if (!has_columns_)
+        return;
     RECT client{};
     GetClientRect(list_, &client);
     const int padding = note_width_ > 0 ? scale(NOTE_PADDING, get_dpi(list_)) : 0;

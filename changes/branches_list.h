@@ -34,10 +34,10 @@ public:
 
     // Binds the control `list` of the dialog `owner`, which receives results of commands as
     // WM_REVLANE_COMMAND_RESULT and requests to refresh as WM_REVLANE_REFRESH_ALL. `empty_text` is
-    // shown in the middle of a list that was filled and has no rows. Until `begin` the control draws
-    // nothing and lays nothing out, so that making and moving it costs little.
+    // shown in the middle of a list that was filled and has no rows. The control gets its columns with
+    // its first rows, so that making and moving it costs little.
     void attach(HWND owner, HWND list, std::wstring empty_text);
-    // The control has its font and its place: takes its messages from now on, and lets it draw.
+    // The control has its font and its place: takes its messages from now on.
     void begin();
 
     // The repository to show from now on (null: none); it belongs to the owner and outlives its use.
@@ -91,6 +91,7 @@ private:
     [[nodiscard]] bool is_current(std::size_t row) const;
     void measure();
     [[nodiscard]] int widest_note() const;
+    void insert_columns();
     void fit_columns();
     [[nodiscard]] View view() const;
     void restore_rows(const View& view, const git::BranchList& former);
@@ -118,6 +119,7 @@ private:
     git::Reference shown_branch_;
     std::wstring empty_text_;
     std::wstring current_mark_;
+    bool has_columns_ = false;
     bool is_filled_ = false;       // since the repository was chosen
     int note_width_ = 0;           // of the widest note
     win32::FontHandle bold_font_;  // of the current branch

@@ -64,18 +64,11 @@ void ChangesListBase::attach(HWND owner, HWND list, std::wstring empty_text)
     owner_ = owner;
     list_ = list;
     empty_text_ = std::move(empty_text);
-    SendMessageW(list_, WM_SETREDRAW, FALSE, 0);
-    // Paths that the column cuts off unfold under the pointer.
-    constexpr DWORD styles = LVS_EX_DOUBLEBUFFER | LVS_EX_FULLROWSELECT | LVS_EX_LABELTIP;
-    SendMessageW(list_, LVM_SETEXTENDEDLISTVIEWSTYLE, styles, styles);
-    LVCOLUMNW column{};
-    SendMessageW(list_, LVM_INSERTCOLUMNW, 0, reinterpret_cast<LPARAM>(&column));
 }
 
 void ChangesListBase::begin()
 {
     fit_column();
-    SendMessageW(list_, WM_SETREDRAW, TRUE, 0);
     subclass_.emplace(list_,
                       [this](const win32::Message& message) { return on_list_message(message); });
 }
@@ -107,6 +100,8 @@ void ChangesListBase::set_changes(Rows changes)
     // Put on again before the control is drawn, when it may change its size.
     const win32::Subclass::Pause unwatched(subclass_);
     SendMessageW(list_, LVM_DELETEALLITEMS, 0, 0);
+    if (!std::exchange(has_column_, true))
+        insert_column();
     SendMessageW(list_, LVM_SETITEMCOUNT, texts.size(), 0);
     for (std::size_t i = 0; i < texts.size(); ++i) {
         LVITEMW item{};
@@ -122,6 +117,10 @@ void ChangesListBase::update_changes(Rows changes)
     if (is_filled_ && look_the_same(changes_, changes)) {
         // The ids may differ none the less.
         changes_ = std::move(changes);
+        return;
+    }
+    if (changes_.empty()) {
+        set_changes(std::move(changes));
         return;
     }
     const View shown = view();
@@ -164,8 +163,23 @@ void ChangesListBase::select_all()
     }
 }
 
+void ChangesListBase::insert_column()
+{
+    // Paths that the column cuts off unfold under the pointer.
+    constexpr DWORD styles = LVS_EX_DOUBLEBUFFER | LVS_EX_FULLROWSELECT | LVS_EX_LABELTIP;
+    SendMessageW(list_, LVM_SETEXTENDEDLISTVIEWSTYLE, styles, styles);
+    RECT client{};
+    GetClientRect(list_, &client);
+    LVCOLUMNW column{};
+    column.mask = LVCF_WIDTH;
+    column.cx = static_cast<int>(client.right);
+    SendMessageW(list_, LVM_INSERTCOLUMNW, 0, reinterpret_cast<LPARAM>(&column));
+}
+
 void ChangesListBase::fit_column()
 {
+    if (!has_column_)
+        return;
     RECT client{};
     GetClientRect(list_, &client);
     SendMessageW(list_, LVM_SETCOLUMNWIDTH, 0, client.right);

@@ -35,10 +35,10 @@ public:
     virtual ~ChangesListBase() = default;
 
     // Binds the control `list` of the dialog `owner`. `empty_text` is shown in the middle of a list
-    // that was filled and has no rows. Until `begin` the control draws nothing and lays nothing out,
-    // so that making and moving it costs little.
+    // that was filled and has no rows. The control gets its column with its first rows, so that making
+    // and moving it costs little.
     void attach(HWND owner, HWND list, std::wstring empty_text);
-    // The control has its font and its place: takes its messages from now on, and lets it draw.
+    // The control has its font and its place: takes its messages from now on.
     void begin();
 
     // Replaces the rows and fills the control anew. Without selection afterwards.
@@ -88,10 +88,12 @@ private:
     win32::Handled on_list_message(const win32::Message& message);
     bool on_key(WPARAM key);
     [[nodiscard]] bool asks_for_default_action(const NMHDR& header) const;
+    void insert_column();
     [[nodiscard]] View view() const;
     void restore(const View& view, const std::vector<git::FileChange>& former);
 
     std::wstring empty_text_;
+    bool has_column_ = false;
     bool is_filled_ = false;  // since the repository was chosen
     std::optional<POINT> menu_position_;
     std::optional<win32::Subclass> subclass_;

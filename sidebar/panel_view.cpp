@@ -46,14 +46,13 @@ void PanelView::attach(HWND dialog, HWND frame)
         const LONG_PTR style = GetWindowLongPtrW(heading, GWL_STYLE);
         SetWindowLongPtrW(heading, GWL_STYLE, (style & ~LONG_PTR{SS_TYPEMASK}) | SS_OWNERDRAW);
     }
-    SendMessageW(control(IDC_BRANCHES_HEADING), BM_SETSTYLE, BS_OWNERDRAW, TRUE);
-    renew_fonts();
+    SendMessageW(control(IDC_BRANCHES_HEADING), BM_SETSTYLE, BS_OWNERDRAW, FALSE);
 }
 
 void PanelView::show()
 {
     is_shown_ = true;
-    lay_out();
+    renew_fonts();
     for (IconButton* button : {&choose_folder_, &panel_menu_, &history_})
         button->begin();
 }

@@ -28,8 +28,8 @@ public:
     // Takes over the controls of the panel's dialog, which its template leaves hidden. `frame` is the
     // editor's frame window, in whose settings the arrangement is kept.
     void attach(HWND dialog, HWND frame);
-    // Shows the controls, each at its place. Until then nothing is placed: the editor sizes a new
-    // dialog more than once, and moving all of the controls each time is what takes longest.
+    // Shows the controls, each with its font and at its place. Until then nothing is placed: the editor
+    // sizes a new dialog more than once, and moving all of the controls each time is what takes longest.
     void show();
     // Gives the controls their tooltips, once they are shown.
     void attach_tips();

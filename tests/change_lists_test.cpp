@@ -403,6 +403,9 @@ TEST_F(ListRows, TheColumnIsAsWideAsTheControl)
         const bool scrolls = (GetWindowLongPtrW(list(), GWL_STYLE) & WS_HSCROLL) != 0;
         return send(list(), LVM_GETCOLUMNWIDTH, 0) == client.right && !scrolls;
     };
+    // Moved before there is a row, and so a column.
+    MoveWindow(list(), 0, 0, 240, 120, TRUE);
+    changes_.set_changes(numbered_changes(1));
     EXPECT_TRUE(column_fits());
     MoveWindow(list(), 0, 0, 180, 120, TRUE);
     EXPECT_TRUE(column_fits());

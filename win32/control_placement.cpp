@@ -9,6 +9,9 @@ void ControlPlacement::apply(std::span<const Part> parts)
 {
     std::vector<Part> moved;
     std::copy_if(parts.begin(), parts.end(), std::back_inserter(moved), [this](const Part& part) {
+        // Where a hidden control lies is no matter until it is shown.
+        if (!part.is_shown && (GetWindowLongPtrW(part.control, GWL_STYLE) & WS_VISIBLE) == 0)
+            return false;
         return std::none_of(placed_.begin(), placed_.end(), [&part](const Part& placed) {
             return placed.control == part.control && placed.is_shown == part.is_shown &&
                    EqualRect(&placed.area, &part.area);
