@@ -4,8 +4,14 @@
 #include "tests/support/temp_repository.h"
 #include "win32/text.h"
 
+#include <fmt/format.h>
 #include <git2/sys/commit_graph.h>
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <set>
+#include <utility>
 
 namespace {
 
@@ -179,6 +185,51 @@ TEST(CommitGraph, MayBeWrittenAnewDuringAWalk)
         }
         EXPECT_EQ(git_revwalk_next(&id, walk.get()), GIT_ITEROVER);
         EXPECT_EQ(walked, expected) << step;
+    }
+}
+
+// Histories with all that may confuse the order: merges of up to four parents, commits of one second and
+// commits older than their parents, in a file that holds all of it, a part, or nothing.
+TEST(CommitGraph, LeavesTheOrderOfAWalkAsItIs)
+{
+    constexpr int commits = 400;
+    constexpr int reach = 20;
+    std::mt19937 random(11);
+    const auto below = [&random](int limit) {
+        return static_cast<int>(random() % static_cast<unsigned>(limit));
+    };
+    std::string stream;
+    for (int mark = 1; mark <= commits; ++mark) {
+        stream +=
+            fmt::format("commit refs/heads/main\nmark :{}\ncommitter A <a@example.com> {} +0000\n"
+                        "data 0\n",
+                        mark, 1600000000 + mark / 3 + below(reach));
+        std::set<int> parents{mark - 1};
+        for (int more = below(4); mark > reach && below(3) == 0 && more > 0; --more)
+            parents.insert(mark - 2 - below(reach - 2));
+        parents.erase(0);
+        const char* word = "from";
+        for (auto parent = parents.rbegin(); parent != parents.rend(); ++parent)
+            stream += fmt::format("{} :{}\n", std::exchange(word, "merge"), *parent);
+    }
+    const TempRepository repository;
+    repository.fast_import(stream);
+    const auto walked = [&repository] {
+        const std::shared_ptr<git_repository> opened = repository.open();
+        const git::Revwalk walk = walk_from_head(opened.get());
+        std::string ids;
+        for (git_oid id{}; git_revwalk_next(&id, walk.get()) == 0;)
+            ids += win32::to_utf8(git::oid_to_text(id)) + "\n";
+        return ids;
+    };
+    const std::string without = walked();
+    EXPECT_EQ(std::count(without.begin(), without.end(), '\n'), commits);
+    EXPECT_EQ(without, repository.git({"rev-list", "HEAD"}));
+    for (const char* first : {"main~250", "main~5", "main"}) {
+        repository.script(fmt::format("rm -f .git/objects/info/commit-graph\n"
+                                      "git rev-parse {} | git commit-graph write --stdin-commits",
+                                      first));
+        EXPECT_EQ(walked(), without) << first;
     }
 }
 
