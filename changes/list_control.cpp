@@ -78,9 +78,14 @@ bool selects_row(const win32::Message& click)
 
 }  // namespace
 
-RedrawPause::RedrawPause(HWND control) : control_(control)
+RedrawPause::RedrawPause(HWND control)
+    : control_(control), was_visible_((GetWindowLongPtrW(control, GWL_STYLE) & WS_VISIBLE) != 0)
 {
     SendMessageW(control_, WM_SETREDRAW, FALSE, 0);
+    // What Windows does where a control has no way of its own: the control counts as hidden. Wine's list
+    // view would draw its scroll bars when the pause ends, and again with all the rest.
+    if (was_visible_)
+        DefWindowProcW(control_, WM_SETREDRAW, FALSE, 0);
 }
 
 RedrawPause::~RedrawPause()
@@ -89,6 +94,8 @@ RedrawPause::~RedrawPause()
     if (control_ == nullptr)
         return;
     SendMessageW(control_, WM_SETREDRAW, TRUE, 0);
+    if (was_visible_)
+        DefWindowProcW(control_, WM_SETREDRAW, TRUE, 0);
     RedrawWindow(control_, nullptr, nullptr,
                  RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN | RDW_FRAME);
 }

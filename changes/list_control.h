@@ -21,6 +21,7 @@ public:
 
 private:
     HWND control_;
+    bool was_visible_;
 };
 
 // The selected rows, in row order.
