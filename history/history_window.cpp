@@ -41,8 +41,10 @@ namespace revlane {
 
 namespace {
 
-// Of the window to itself.
-constexpr UINT WM_HISTORY_SHOW = WM_APP + 100;
+// Of the window to itself, one after the other as it opens.
+constexpr UINT WM_HISTORY_FILL = WM_APP + 100;
+constexpr UINT WM_HISTORY_SHOW = WM_APP + 101;
+constexpr UINT WM_HISTORY_DRAW = WM_APP + 102;
 
 // Asks again and again whether the work that the state line speaks of has ended.
 constexpr UINT_PTR STATE_TIMER = 1;
@@ -80,6 +82,7 @@ public:
 
 private:
     LRESULT on_init(HWND dialog);
+    void on_fill();
     void on_show();
     win32::Handled on_posted_message(const win32::Message& message);
     win32::Handled on_mouse(const win32::Message& message);
@@ -140,7 +143,9 @@ private:
     win32::DialogControls controls_;
     win32::ControlPlacement placement_;
     int splitter_ = 0;
+    RECT place_{};  // on the screen, as the window opens
     bool opens_maximized_ = false;
+    bool is_shown_ = false;
 };
 
 HistoryWindow::HistoryWindow(const HistoryRequest& request)
@@ -192,7 +197,9 @@ win32::Handled HistoryWindow::handle(const win32::Message& message)
         DestroyWindow(dialog_);
         return 0;
     case WM_DESTROY:
-        write_history_placement(frame_, dialog_, splitter_);
+        // Before it is shown it does not lie where the user wants it.
+        if (is_shown_)
+            write_history_placement(frame_, dialog_, splitter_);
         return std::nullopt;
     case WM_NCDESTROY:
         remove_modeless_dialog(dialog_);
@@ -253,8 +260,14 @@ win32::Handled HistoryWindow::on_posted_message(const win32::Message& message)
     case WM_REVLANE_RELOAD_REFERENCES:
         on_reload();
         return 0;
+    case WM_HISTORY_FILL:
+        on_fill();
+        return 0;
     case WM_HISTORY_SHOW:
         on_show();
+        return 0;
+    case WM_HISTORY_DRAW:
+        list_.draw();
         return 0;
     default:
         return std::nullopt;
@@ -266,20 +279,27 @@ LRESULT HistoryWindow::on_init(HWND dialog)
     dialog_ = dialog;
     controls_.collect(dialog);
     add_modeless_dialog(dialog, frame_, handle_key);
-    set_window_icon(dialog);
     const HistoryPlacement placement = read_history_placement(frame_);
     splitter_ = placement.splitter;
     commit_.init(item(IDC_COMMIT_DETAILS), item(IDC_FILES_TREE));
     branches_.attach(dialog, item(IDC_HISTORY_BRANCH));
-    // Ahead of what follows from filling the list, so that the commits are drawn before their details
-    // are read. In a message of its own: making the window takes long enough for one.
+    place_ = placement.window;
     opens_maximized_ = placement.is_maximized;
-    PostMessageW(dialog, WM_HISTORY_SHOW, 0, 0);
+    // Making the window, filling, showing and drawing it take long enough for a message each. All
+    // ahead of what follows from filling the list, so that the commits are drawn before their details
+    // are read.
+    for (const UINT step : {WM_HISTORY_FILL, WM_HISTORY_SHOW, WM_HISTORY_DRAW})
+        PostMessageW(dialog, step, 0, 0);
+    return FALSE;
+}
+
+void HistoryWindow::on_fill()
+{
+    const HWND dialog = dialog_;
     // First, so that the controls are laid out once, for what they are to show.
     read_repository();
-    const RECT& window = placement.window;
-    SetWindowPos(dialog, nullptr, window.left, window.top, window.right - window.left,
-                 window.bottom - window.top, SWP_NOZORDER | SWP_NOACTIVATE);
+    SetWindowPos(dialog, nullptr, place_.left, place_.top, place_.right - place_.left,
+                 place_.bottom - place_.top, SWP_NOZORDER | SWP_NOACTIVATE);
     branches_.begin();
     // Filled before it is shown: the commits are counted while it is drawn. An error box may stand in
     // between, during which the window may go.
@@ -287,17 +307,17 @@ LRESULT HistoryWindow::on_init(HWND dialog)
     list_.set_start(current_start());
     list_.init(dialog);
     if (!IsWindow(dialog))
-        return FALSE;
+        return;
     lay_out();
     update_state();
-    return FALSE;
 }
 
 void HistoryWindow::on_show()
 {
+    is_shown_ = true;
+    set_window_icon(dialog_);
     ShowWindow(dialog_, opens_maximized_ ? SW_SHOWMAXIMIZED : SW_SHOW);
     SetFocus(list_.window());
-    list_.draw();
 }
 
 void HistoryWindow::open_repository(const std::filesystem::path& path)

@@ -149,6 +149,8 @@ void RevlaneList::refresh()
     cancel_count();
     const git::Result<void> filled = [this] {
         const RedrawPause pause(list_);
+        // Put on again before the control is drawn, when it may change its size.
+        const win32::Subclass::Pause unwatched(*subclass_);
         SendMessageW(list_, LVM_DELETEALLITEMS, 0, 0);
         return fill();
     }();
