@@ -26,6 +26,7 @@ void CommitCount::start(HWND list, const std::filesystem::path& repository, cons
 {
     cancel();
     list_ = list;
+    started_ = std::chrono::steady_clock::now();
     cancel_ = std::make_shared<Cancellation>();
     counted_ = std::make_shared<std::vector<git_oid>>();
     slot_.submit([list, repository, start, counted = counted_, cancel = cancel_] {

@@ -9,6 +9,7 @@
 #include <git2.h>
 #include <windows.h>
 
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <vector>
@@ -32,9 +33,15 @@ public:
     std::shared_ptr<std::vector<git_oid>> finish();
 
     [[nodiscard]] bool is_running() const noexcept { return cancel_ != nullptr; }
+    // Whether one runs that was started no longer ago than that.
+    [[nodiscard]] bool is_running_for_less_than(std::chrono::milliseconds time) const noexcept
+    {
+        return is_running() && std::chrono::steady_clock::now() - started_ < time;
+    }
 
 private:
     HWND list_ = nullptr;
+    std::chrono::steady_clock::time_point started_;
     std::shared_ptr<std::vector<git_oid>> counted_;  // by the count under way, else null
     std::shared_ptr<Cancellation> cancel_;           // of the count under way, null when none is
     win32::TaskSlot slot_;

@@ -50,6 +50,10 @@ constexpr UINT WM_HISTORY_DRAW = WM_APP + 102;
 constexpr UINT_PTR STATE_TIMER = 1;
 constexpr UINT STATE_INTERVAL = 200;  // milliseconds
 
+// Looks whether what has waited for the number of commits need not wait any longer.
+constexpr UINT_PTR COUNT_TIMER = 2;
+constexpr UINT COUNT_INTERVAL = 30;  // milliseconds
+
 // At 96 DPI.
 constexpr int SPLITTER_REACH = 4;
 constexpr int BUTTON_PADDING = 24;
@@ -91,6 +95,8 @@ private:
     win32::Handled on_set_cursor() const;
     void on_minimum_size(MINMAXINFO& info) const;
     void on_selection(std::unique_ptr<Selection> selection);
+    void wait_for_count();
+    void carry_on();
     void on_command_result(std::unique_ptr<git::CommandResult> result);
     void on_filter();
     void on_clear_filter();
@@ -136,6 +142,9 @@ private:
     BranchesDropdown branches_;
     RevlaneList list_;
     CommitView commit_;
+    // What waits for the number of commits, which is shown in less time.
+    std::unique_ptr<Selection> waiting_selection_;
+    bool reload_waits_ = false;
     Filter::State filter_;
     std::wstring file_path_;  // whose history is shown; empty: none
     std::wstring in_force_;   // what the filter in force looks for, for people
@@ -169,14 +178,18 @@ win32::Handled HistoryWindow::handle(const win32::Message& message)
     case WM_SIZE:
         lay_out();
         update_state();
+        carry_on();
         return 0;
     case WM_GETMINMAXINFO:
         on_minimum_size(*reinterpret_cast<MINMAXINFO*>(message.lparam));
         return 0;
     case WM_TIMER:
-        if (message.wparam != STATE_TIMER)
+        if (message.wparam == STATE_TIMER)
+            update_state();
+        else if (message.wparam == COUNT_TIMER)
+            carry_on();
+        else
             return std::nullopt;
-        update_state();
         return 0;
     case WM_NOTIFY:
         return on_notify(*reinterpret_cast<NMHDR*>(message.lparam));
@@ -344,6 +357,7 @@ void HistoryWindow::close_repository()
     current_.reset();
     commit_.forget_references();
     unborn_branch_.clear();
+    waiting_selection_.reset();
     commit_.clear();
     repository_.reset();
 }
@@ -362,7 +376,11 @@ void HistoryWindow::on_reload()
     while (PeekMessageW(&waiting, dialog_, WM_REVLANE_RELOAD_REFERENCES,
                         WM_REVLANE_RELOAD_REFERENCES, PM_REMOVE | PM_NOYIELD)) {
     }
-    reload();
+    reload_waits_ = list_.expects_count();
+    if (reload_waits_)
+        wait_for_count();
+    else
+        reload();
 }
 
 // Opens the repository anew, and reads what does not depend on the commits that are shown.
@@ -621,9 +639,10 @@ void HistoryWindow::on_selection(std::unique_ptr<Selection> selection)
     // What is to be shown is said by the last of those that wait.
     if (win32::is_waiting(dialog_, WM_REVLANE_SELECTION))
         return;
-    // The number of commits has come: it is shown in less time than the details of one take.
-    if (list_.has_count_waiting()) {
-        win32::post_owned(dialog_, WM_REVLANE_SELECTION, std::move(selection));
+    waiting_selection_.reset();
+    if (list_.expects_count()) {
+        waiting_selection_ = std::move(selection);
+        wait_for_count();
         return;
     }
     if (!selection->has_value || !repository_) {
@@ -638,6 +657,23 @@ void HistoryWindow::on_selection(std::unique_ptr<Selection> selection)
     }
     commit_.clear();
     win32::show_error(dialog_, git::to_wide(commit.error()));
+}
+
+void HistoryWindow::wait_for_count()
+{
+    SetTimer(dialog_, COUNT_TIMER, COUNT_INTERVAL, nullptr);
+}
+
+// Asks for what has waited, once the number of commits has come or lets wait for it.
+void HistoryWindow::carry_on()
+{
+    if ((!reload_waits_ && waiting_selection_ == nullptr) || list_.expects_count())
+        return;
+    KillTimer(dialog_, COUNT_TIMER);
+    if (std::exchange(reload_waits_, false))
+        PostMessageW(dialog_, WM_REVLANE_RELOAD_REFERENCES, 0, 0);
+    if (waiting_selection_ != nullptr)
+        win32::post_owned(dialog_, WM_REVLANE_SELECTION, std::move(waiting_selection_));
 }
 
 void HistoryWindow::compare_tree_file()

@@ -24,6 +24,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <filesystem>
 #include <limits>
 #include <string_view>
@@ -35,6 +36,10 @@ namespace {
 
 // The list shows at once with at most so many rows; the true number follows from the background.
 constexpr std::uint32_t QUICK_COUNT = 200;
+
+// With a commit-graph a hundred thousand commits are counted in less. Details that come so much later are
+// not missed.
+constexpr std::chrono::milliseconds EXPECTED_COUNT{50};
 
 // The columns in the order of the control.
 enum Column : int { COLUMN_SUMMARY, COLUMN_AUTHOR, COLUMN_DATE, COLUMN_ID };
@@ -239,6 +244,12 @@ void RevlaneList::on_count(WPARAM wparam)
 bool RevlaneList::is_counting() const noexcept
 {
     return count_.is_running() && item_count() >= static_cast<int>(QUICK_COUNT);
+}
+
+bool RevlaneList::expects_count() const noexcept
+{
+    return win32::is_waiting(list_, WM_REVLANE_COUNT) ||
+           (is_counting() && count_.is_running_for_less_than(EXPECTED_COUNT));
 }
 
 void RevlaneList::filter(const std::wstring& revision, const Filter::State& state)

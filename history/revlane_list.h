@@ -82,11 +82,9 @@ public:
     [[nodiscard]] const std::optional<git_oid>& start() const noexcept { return start_; }
     // The rows that the list view has now; the true number of commits once the count has arrived.
     [[nodiscard]] int item_count() const noexcept;
-    // Whether the true number of commits has come, and is about to be shown.
-    [[nodiscard]] bool has_count_waiting() const noexcept
-    {
-        return win32::is_waiting(list_, WM_REVLANE_COUNT);
-    }
+    // Whether the true number of commits is about to be shown, or may come any moment: with a
+    // commit-graph it does so soon, and the counting itself is done sooner while nothing else is.
+    [[nodiscard]] bool expects_count() const noexcept;
     // Whether the number of rows is still the quick count, with more to come.
     [[nodiscard]] bool is_counting() const noexcept;
     // Whether the answer of a search is still to come.

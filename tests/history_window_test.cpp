@@ -324,9 +324,8 @@ TEST_F(History, ShowsTheDetailsThatWereAskedForLast)
         win32::post_owned(list_, WM_REVLANE_COUNT, std::make_unique<CountResult>(300U));
         if (has_later)
             ask_for("main~2");
-        pump();
-        EXPECT_EQ(text(IDC_COMMIT_DETAILS).substr(0, 11),
-                  has_later ? L"subject 298" : L"subject 299");
+        const wchar_t* const wanted = has_later ? L"subject 298" : L"subject 299";
+        EXPECT_TRUE(wait([&] { return text(IDC_COMMIT_DETAILS).starts_with(wanted); })) << wanted;
     }
 }
 
