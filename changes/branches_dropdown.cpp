@@ -68,7 +68,7 @@ private:
 
 }  // namespace
 
-BranchesDropdown::BranchesDropdown(BS::thread_pool<>& pool, std::shared_ptr<git::Git> git)
+BranchesDropdown::BranchesDropdown(win32::WorkPool& pool, std::shared_ptr<git::Git> git)
     : pool_(pool), git_(std::move(git)), switches_(std::make_shared<std::atomic<int>>(0))
 {
 }

@@ -4,8 +4,8 @@
 
 #include "git/git.h"
 #include "git/references.h"
-#include "win32/thread_pool.h"
 #include "win32/window.h"
+#include "win32/work_pool.h"
 
 #include <windows.h>
 
@@ -22,7 +22,7 @@ namespace revlane {
 class BranchesDropdown {
 public:
     // Switches run on `pool` (one thread, outlives the drop-down) through `git`.
-    BranchesDropdown(BS::thread_pool<>& pool, std::shared_ptr<git::Git> git);
+    BranchesDropdown(win32::WorkPool& pool, std::shared_ptr<git::Git> git);
     ~BranchesDropdown();
     BranchesDropdown(const BranchesDropdown&) = delete;
     BranchesDropdown& operator=(const BranchesDropdown&) = delete;
@@ -76,7 +76,7 @@ private:
     void on_typed(wchar_t letter);
     win32::Handled on_combo_message(const win32::Message& message);
 
-    BS::thread_pool<>& pool_;
+    win32::WorkPool& pool_;
     std::shared_ptr<git::Git> git_;
     HWND owner_ = nullptr;
     HWND combo_ = nullptr;

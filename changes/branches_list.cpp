@@ -71,7 +71,7 @@ struct BranchesList::View {
     std::size_t top;
 };
 
-BranchesList::BranchesList(HWND frame, BS::thread_pool<>& pool, std::shared_ptr<git::Git> git)
+BranchesList::BranchesList(HWND frame, win32::WorkPool& pool, std::shared_ptr<git::Git> git)
     : frame_(frame), pool_(pool), git_(std::move(git)), life_(std::make_shared<const char>())
 {
 }

@@ -6,8 +6,8 @@
 #include "git/git.h"
 #include "git/references.h"
 #include "win32/handle.h"
-#include "win32/thread_pool.h"
 #include "win32/window.h"
+#include "win32/work_pool.h"
 
 #include <windows.h>
 #include <commctrl.h>
@@ -27,7 +27,7 @@ class BranchesList {
 public:
     // Commands run on `pool` (one thread, outlives the list) through `git`. `frame` is the editor's
     // frame window.
-    BranchesList(HWND frame, BS::thread_pool<>& pool, std::shared_ptr<git::Git> git);
+    BranchesList(HWND frame, win32::WorkPool& pool, std::shared_ptr<git::Git> git);
     ~BranchesList();
     BranchesList(const BranchesList&) = delete;
     BranchesList& operator=(const BranchesList&) = delete;
@@ -106,7 +106,7 @@ private:
     void keep_shown_branch();
 
     HWND frame_;
-    BS::thread_pool<>& pool_;
+    win32::WorkPool& pool_;
     std::shared_ptr<git::Git> git_;
     std::shared_ptr<const char> life_;  // expires with the list, for those who waited for an answer
     HWND owner_ = nullptr;

@@ -43,7 +43,7 @@ void ChangesList::find_changes(HWND owner, Work& work, git::Repository repositor
     work.cancellation.post(owner, WM_REVLANE_CHANGES, std::move(result));
 }
 
-ChangesList::ChangesList(BS::thread_pool<>& pool) : slot_(pool) {}
+ChangesList::ChangesList(win32::WorkPool& pool) : slot_(pool) {}
 
 ChangesList::~ChangesList()
 {

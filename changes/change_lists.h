@@ -7,7 +7,7 @@
 #include "changes/row_text.h"
 #include "git/git.h"
 #include "win32/task_slot.h"
-#include "win32/thread_pool.h"
+#include "win32/work_pool.h"
 
 #include <windows.h>
 
@@ -20,7 +20,7 @@ namespace revlane {
 class ChangesList final : public ChangesListBase {
 public:
     // `pool` has one thread and outlives the list.
-    explicit ChangesList(BS::thread_pool<>& pool);
+    explicit ChangesList(win32::WorkPool& pool);
     // The same as cancel().
     ~ChangesList() override;
     ChangesList(const ChangesList&) = delete;

@@ -16,7 +16,7 @@ bool post_result(HWND owner, git::CommandResult result)
     return ok;
 }
 
-void submit_command(BS::thread_pool<>& pool, HWND owner, std::filesystem::path workdir,
+void submit_command(win32::WorkPool& pool, HWND owner, std::filesystem::path workdir,
                     std::shared_ptr<git::Git> git, CommandTask task)
 {
     PostMessageW(owner, WM_SETCURSOR, 0, 0);

@@ -4,7 +4,7 @@
 #include "git/commands.h"
 #include "git/git.h"
 #include "git/runner.h"
-#include "win32/thread_pool.h"
+#include "win32/work_pool.h"
 
 #include <windows.h>
 
@@ -23,7 +23,7 @@ using CommandTask = std::function<void(HWND owner, const git::CommandContext& co
 
 // Queues `task` with what it works with, and has `owner` look at its cursor at once. A task that
 // fails in a way of its own is reported as a failed result.
-void submit_command(BS::thread_pool<>& pool, HWND owner, std::filesystem::path workdir,
+void submit_command(win32::WorkPool& pool, HWND owner, std::filesystem::path workdir,
                     std::shared_ptr<git::Git> git, CommandTask task);
 
 }  // namespace revlane

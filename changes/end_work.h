@@ -2,7 +2,7 @@
 #pragma once
 
 #include "git/git.h"
-#include "win32/thread_pool.h"
+#include "win32/work_pool.h"
 
 #include <chrono>
 #include <initializer_list>
@@ -13,12 +13,12 @@ namespace revlane {
 // returned; nothing that was queued runs any more. A read that begins just after a shutdown is not
 // ended by it, hence the shutdown is repeated until the pools are idle. Called by the owner of the
 // pools on its own thread, in its destructor; tasks end within milliseconds once git is shut down.
-inline void end_work(git::Git& git, std::initializer_list<BS::thread_pool<>*> pools)
+inline void end_work(git::Git& git, std::initializer_list<win32::WorkPool*> pools)
 {
     constexpr auto interval = std::chrono::milliseconds(5);
-    for (BS::thread_pool<>* pool : pools)
+    for (win32::WorkPool* pool : pools)
         pool->purge();
-    for (BS::thread_pool<>* pool : pools) {
+    for (win32::WorkPool* pool : pools) {
         do
             git.shutdown();
         while (!pool->wait_for(interval));

@@ -4,7 +4,7 @@
 #include "changes/cancellation.h"
 #include "git/git.h"
 #include "win32/task_slot.h"
-#include "win32/thread_pool.h"
+#include "win32/work_pool.h"
 
 #include <git2.h>
 #include <windows.h>
@@ -18,7 +18,7 @@ namespace revlane {
 
 class CommitCount {
 public:
-    explicit CommitCount(BS::thread_pool<>& pool) : slot_(pool) {}
+    explicit CommitCount(win32::WorkPool& pool) : slot_(pool) {}
     ~CommitCount() { cancel(); }
     CommitCount(const CommitCount&) = delete;
     CommitCount& operator=(const CommitCount&) = delete;

@@ -39,7 +39,7 @@ FilterResult read_file_history(const std::filesystem::path& workdir, git::Git& g
 
 }  // namespace
 
-CommitSearch::CommitSearch(BS::thread_pool<>& pool, std::shared_ptr<git::Git> git)
+CommitSearch::CommitSearch(win32::WorkPool& pool, std::shared_ptr<git::Git> git)
     : git_(std::move(git)), slot_(pool)
 {
 }

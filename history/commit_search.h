@@ -5,7 +5,7 @@
 #include "git/git.h"
 #include "history/filter.h"
 #include "win32/task_slot.h"
-#include "win32/thread_pool.h"
+#include "win32/work_pool.h"
 
 #include <git2.h>
 #include <windows.h>
@@ -21,7 +21,7 @@ namespace revlane {
 class CommitSearch {
 public:
     // A search that nobody waits for any more is ended through `git`.
-    CommitSearch(BS::thread_pool<>& pool, std::shared_ptr<git::Git> git);
+    CommitSearch(win32::WorkPool& pool, std::shared_ptr<git::Git> git);
     ~CommitSearch() { cancel(); }
     CommitSearch(const CommitSearch&) = delete;
     CommitSearch& operator=(const CommitSearch&) = delete;

@@ -25,8 +25,8 @@
 #include "win32/error_box.h"
 #include "win32/handle.h"
 #include "win32/text.h"
-#include "win32/thread_pool.h"
 #include "win32/window.h"
+#include "win32/work_pool.h"
 
 #include <commctrl.h>
 #include <windowsx.h>
@@ -133,9 +133,9 @@ private:
     std::string revision_;  // name of the reference to show; empty: HEAD
     std::shared_ptr<git::Git> commands_ = std::make_shared<git::Git>();
     std::shared_ptr<git::Git> filters_ = std::make_shared<git::Git>();
-    BS::thread_pool<> count_pool_{1};
-    BS::thread_pool<> filter_pool_{1};
-    BS::thread_pool<> command_pool_{1};
+    win32::WorkPool count_pool_;
+    win32::WorkPool filter_pool_;
+    win32::WorkPool command_pool_;
     std::optional<git::Repository> repository_;
     git::Reference current_;      // whose commits are shown; null: an unborn HEAD
     std::wstring unborn_branch_;  // that HEAD is on

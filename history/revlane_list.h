@@ -11,8 +11,8 @@
 #include "history/rev_list_with_filter.h"
 #include "win32/posted.h"
 #include "win32/task_slot.h"
-#include "win32/thread_pool.h"
 #include "win32/window.h"
+#include "win32/work_pool.h"
 
 #include <git2.h>
 #include <windows.h>
@@ -31,9 +31,9 @@ public:
     // What the list's tasks run on: one thread for each kind of work, so that a filter never waits
     // behind a count or a checkout. Owned by the host window.
     struct Pools {
-        BS::thread_pool<>& count;
-        BS::thread_pool<>& filter;
-        BS::thread_pool<>& command;
+        win32::WorkPool& count;
+        win32::WorkPool& filter;
+        win32::WorkPool& command;
     };
 
     // `commands` runs checkouts and branch creations, `filters` runs the searches: a search that

@@ -43,7 +43,7 @@ void AutoFetcher::Context::clock_changed()
 }
 
 AutoFetcher::AutoFetcher(std::shared_ptr<git::Git> registry, std::shared_ptr<Context> context)
-    : registry_(std::move(registry)), context_(std::move(context)), pool_(1)
+    : registry_(std::move(registry)), context_(std::move(context))
 {
 }
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "git/git.h"
-#include "win32/thread_pool.h"
+#include "win32/work_pool.h"
 
 #include <windows.h>
 
@@ -71,7 +71,7 @@ private:
 
     std::shared_ptr<git::Git> registry_;
     std::shared_ptr<Context> context_;
-    BS::thread_pool<> pool_;
+    win32::WorkPool pool_;
 };
 
 }  // namespace revlane

@@ -28,9 +28,9 @@ constexpr UINT STAMPS_INTERVAL_MS = 2000;
 
 ChangesSidebar::ChangesSidebar(HWND host)
     : host_(host), life_(std::make_shared<const char>()), git_(std::make_shared<git::Git>()),
-      pool_(1), reading_pool_(1), changes_(reading_pool_), branch_(pool_, git_),
-      branches_(host, pool_, git_), commands_(pool_, git_), state_slot_(reading_pool_),
-      stamps_slot_(reading_pool_), is_ending_(std::make_shared<std::atomic<bool>>(false)),
+      changes_(reading_pool_), branch_(pool_, git_), branches_(host, pool_, git_),
+      commands_(pool_, git_), state_slot_(reading_pool_), stamps_slot_(reading_pool_),
+      is_ending_(std::make_shared<std::atomic<bool>>(false)),
       fetch_context_(std::make_shared<AutoFetcher::Context>()),
       fetcher_(std::make_shared<git::Git>(), fetch_context_)
 {

@@ -22,8 +22,8 @@
 #include "sidebar/panel_view.h"
 #include "sidebar/reference_stamps.h"
 #include "win32/task_slot.h"
-#include "win32/thread_pool.h"
 #include "win32/window.h"
+#include "win32/work_pool.h"
 
 #include <windows.h>
 
@@ -173,8 +173,8 @@ private:
         0;                        // of the repository shown; answers for another are dropped
     std::wstring last_document_;  // for which a repository was looked for
 
-    BS::thread_pool<> pool_;          // commands
-    BS::thread_pool<> reading_pool_;  // what is read again and again, beside a long command
+    win32::WorkPool pool_;          // commands
+    win32::WorkPool reading_pool_;  // what is read again and again, beside a long command
     ChangesList changes_;
     StagedList staged_;
     BranchesDropdown branch_;

@@ -16,7 +16,7 @@ bool CommandRun::report(git::CommandResult result) const
     return ok;
 }
 
-CommandQueue::CommandQueue(BS::thread_pool<>& pool, std::shared_ptr<git::Git> git)
+CommandQueue::CommandQueue(win32::WorkPool& pool, std::shared_ptr<git::Git> git)
     : pool_(pool), git_(std::move(git))
 {
 }

@@ -3,7 +3,7 @@
 
 #include "git/commands.h"
 #include "git/git.h"
-#include "win32/thread_pool.h"
+#include "win32/work_pool.h"
 
 #include <windows.h>
 
@@ -41,7 +41,7 @@ class CommandQueue {
 public:
     using Command = std::function<void(const CommandRun&)>;
 
-    CommandQueue(BS::thread_pool<>& pool, std::shared_ptr<git::Git> git);
+    CommandQueue(win32::WorkPool& pool, std::shared_ptr<git::Git> git);
 
     // `owner` receives the results and at once a WM_SETCURSOR without parameters.
     void submit(HWND owner, const std::filesystem::path& workdir, Command command);
@@ -51,7 +51,7 @@ public:
     void cancel();
 
 private:
-    BS::thread_pool<>& pool_;
+    win32::WorkPool& pool_;
     std::shared_ptr<git::Git> git_;
 };
 

@@ -88,7 +88,7 @@ bool ReportThrottle::drops(Clock::time_point now) const noexcept
     return last_report_ >= now - interval;
 }
 
-DirectoryWatcher::DirectoryWatcher() : pool_(1) {}
+DirectoryWatcher::DirectoryWatcher() = default;
 
 DirectoryWatcher::~DirectoryWatcher()
 {

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "win32/handle.h"
-#include "win32/thread_pool.h"
+#include "win32/work_pool.h"
 
 #include <windows.h>
 
@@ -62,7 +62,7 @@ private:
     static void watch(HWND window, const std::filesystem::path& directory, const StopEvent& stop);
 
     StopEvent stop_;
-    BS::thread_pool<> pool_;
+    win32::WorkPool pool_;
 };
 
 }  // namespace revlane

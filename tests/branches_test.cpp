@@ -238,7 +238,7 @@ protected:
 
     support::LocalizedTexts texts_;
     support::RecordingHost host_;
-    BS::thread_pool<> pool_{1};
+    win32::WorkPool pool_;
     std::shared_ptr<git::Git> git_ = std::make_shared<git::Git>();
     std::optional<support::TempRepository> files_;
     std::optional<git::Repository> repository_;

@@ -432,7 +432,7 @@ TEST_F(ChangeLists, MenusFollowTheSelection)
     files.script("cd 'libs/ä sub'\ncommit more --allow-empty");
     const git::Repository repository = open(files);
 
-    BS::thread_pool<> pool(1);
+    win32::WorkPool pool;
     Bound<ChangesList> unstaged(pool);
     EXPECT_TRUE(unstaged.owner.context_menu().commands.empty()) << "no repository is open";
     unstaged.changes.set_repository(&repository);
@@ -512,7 +512,7 @@ TEST_F(ChangeLists, RowsAgreeWithGitStatus)
 {
     const support::TempRepository files;
     const git::Repository repository = open(files);
-    BS::thread_pool<> pool(1);
+    win32::WorkPool pool;
     Bound<ChangesList> unstaged(pool);
     Bound<StagedList> staged;
     unstaged.changes.set_repository(&repository);
@@ -608,7 +608,7 @@ TEST_F(ChangeLists, RefreshesThatWaitAreMerged)
 {
     const support::TempRepository files;
     const git::Repository repository = open(files);
-    BS::thread_pool<> pool(1);
+    win32::WorkPool pool;
     Bound<ChangesList> unstaged(pool);
     unstaged.changes.set_repository(&repository);
     std::binary_semaphore go(0);
@@ -630,7 +630,7 @@ TEST_F(ChangeLists, NoLateAnswerForAFormerRepository)
     second.write_file("of the second", "text");
     const git::Repository first_repository = open(first);
     const git::Repository second_repository = open(second);
-    BS::thread_pool<> pool(1);
+    win32::WorkPool pool;
     Bound<ChangesList> unstaged(pool);
 
     // Its answer waits in the queue when the repository changes.
@@ -682,7 +682,7 @@ TEST_F(ChangeLists, GoWithWorkInFlight)
     const support::TempRepository files;
     files.script(MANY_FOLDERS);
     const git::Repository repository = open(files);
-    BS::thread_pool<> pool(1);
+    win32::WorkPool pool;
     for (int i = 0; i < 10; ++i) {
         auto unstaged = std::make_unique<Bound<ChangesList>>(pool);
         unstaged->changes.set_repository(&repository);

@@ -4,7 +4,7 @@
 #include "win32/posted.h"
 #include "win32/task_slot.h"
 #include "win32/text.h"
-#include "win32/thread_pool.h"
+#include "win32/work_pool.h"
 
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -12,7 +12,9 @@
 #include <future>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -157,9 +159,26 @@ private:
     std::promise<void> released_;
 };
 
+TEST(WorkPool, RunsTheFirstTasksOfManyThreadsOnOneOfItsOwn)
+{
+    std::set<std::thread::id> ran_on;
+    {
+        win32::WorkPool pool;
+        EXPECT_TRUE(pool.wait_for(0ms));
+        std::vector<std::thread> threads(4);
+        for (std::thread& thread : threads)
+            thread = std::thread([&pool, &ran_on] {
+                pool.detach_task([&ran_on] { ran_on.insert(std::this_thread::get_id()); });
+            });
+        for (std::thread& thread : threads)
+            thread.join();
+    }
+    EXPECT_EQ(ran_on.size(), 1U);
+}
+
 TEST(TaskSlot, DropsWhatWaitsForWhatComesLater)
 {
-    BS::thread_pool<> pool(1);
+    win32::WorkPool pool;
     win32::TaskSlot slot(pool);
     HeldTask held;
     std::vector<int> ran;
@@ -177,7 +196,7 @@ TEST(TaskSlot, DropsWhatWaitsForWhatComesLater)
 // What is submitted to one slot and then to another runs in that order, whatever waited before.
 TEST(TaskSlot, QueuesBehindTheTasksOfOtherSlots)
 {
-    BS::thread_pool<> pool(1);
+    win32::WorkPool pool;
     win32::TaskSlot slot(pool);
     win32::TaskSlot other(pool);
     HeldTask held;
@@ -194,7 +213,7 @@ TEST(TaskSlot, QueuesBehindTheTasksOfOtherSlots)
 
 TEST(TaskSlot, FreesADroppedTaskAtOnceAndLeavesOthersAlone)
 {
-    BS::thread_pool<> pool(1);
+    win32::WorkPool pool;
     win32::TaskSlot slot(pool);
     win32::TaskSlot other(pool);
     HeldTask held;
@@ -213,7 +232,7 @@ TEST(TaskSlot, FreesADroppedTaskAtOnceAndLeavesOthersAlone)
 
 TEST(TaskSlot, MayGoWhileATaskOfItRuns)
 {
-    BS::thread_pool<> pool(1);
+    win32::WorkPool pool;
     std::optional<win32::TaskSlot> slot(pool);
     HeldTask held;
     slot->submit(held.task());
@@ -226,7 +245,7 @@ TEST(TaskSlot, MayGoWhileATaskOfItRuns)
 
 TEST(TaskSlot, OutlivesATaskThatThrows)
 {
-    BS::thread_pool<> pool(1);
+    win32::WorkPool pool;
     win32::TaskSlot slot(pool);
     slot.submit([] { throw std::runtime_error("a fault in a task"); });
     ASSERT_TRUE(pool.wait_for(deadline));

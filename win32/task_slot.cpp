@@ -13,7 +13,7 @@ struct TaskSlot::State {
     int running = 0;
 };
 
-TaskSlot::TaskSlot(BS::thread_pool<>& pool) : pool_(pool), state_(std::make_shared<State>()) {}
+TaskSlot::TaskSlot(WorkPool& pool) : pool_(pool), state_(std::make_shared<State>()) {}
 
 TaskSlot::~TaskSlot()
 {

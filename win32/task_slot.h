@@ -1,7 +1,7 @@
 // One place for background work of one kind on a thread pool that several kinds share.
 #pragma once
 
-#include "win32/thread_pool.h"
+#include "win32/work_pool.h"
 
 #include <functional>
 #include <memory>
@@ -14,7 +14,7 @@ namespace win32 {
 // waits is dropped. A task receives copies and never holds a window object.
 class TaskSlot {
 public:
-    explicit TaskSlot(BS::thread_pool<>& pool);
+    explicit TaskSlot(WorkPool& pool);
     ~TaskSlot();
     TaskSlot(const TaskSlot&) = delete;
     TaskSlot& operator=(const TaskSlot&) = delete;
@@ -30,7 +30,7 @@ public:
 private:
     struct State;
 
-    BS::thread_pool<>& pool_;
+    WorkPool& pool_;
     std::shared_ptr<State> state_;
 };
 
