@@ -28,6 +28,10 @@ using namespace std::chrono_literals;
 constexpr DWORD CHUNK_SIZE = 65536;
 // A child that has closed its stream is about to end: how long to wait for that between two looks.
 constexpr DWORD END_WAIT_MS = 5;
+// A child may write line by line, and is held up by whoever reads as often. So what comes in pieces
+// smaller than this is read no more often than that: by then more has come, or the child has ended.
+constexpr std::size_t SMALL_PIECE = 4096;
+constexpr DWORD PIECES_WAIT_MS = 20;
 // How long a stream is read on after the child has ended because something else still holds it.
 constexpr auto ABANDONED_AFTER = 1s;
 // The pauses between two looks at the stream that is not wanted: they grow while nothing comes.
@@ -187,6 +191,8 @@ Result<void> read_to_the_end(RunningGit& running, Stream stream, const Git::Run&
         if (*count > 0) {
             if (Result<void> taken = on_chunk(); !taken)
                 return taken;
+            if (*count < SMALL_PIECE && !had_ended)
+                has_ended_within(running, PIECES_WAIT_MS);
         } else if (had_ended) {
             return {};
         } else {
