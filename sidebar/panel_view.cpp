@@ -178,8 +178,8 @@ void PanelView::lay_out()
 
 void PanelView::show_repository()
 {
-    has_repository_ = true;
-    lay_out();
+    if (!std::exchange(has_repository_, true))
+        lay_out();
 }
 
 void PanelView::show_no_repository(const std::wstring& text)
