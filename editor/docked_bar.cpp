@@ -34,7 +34,6 @@ DockedBar::DockedBar(HWND frame, std::uint32_t id, HWND dialog, std::wstring tit
     window_ = create_child(CLASS, WS_CLIPSIBLINGS, frame, this);
     on_dpi();
     adopt_dialog();
-    ShowWindow(window_, SW_SHOWNA);
 }
 
 DockedBar::~DockedBar()
@@ -52,8 +51,12 @@ void DockedBar::adopt_dialog()
     if ((style & OWN_WINDOW) != 0 || (style & WS_CHILD) == 0)
         SetWindowLongPtrW(dialog_, GWL_STYLE, (style & ~OWN_WINDOW) | WS_CHILD);
     SetParent(dialog_, window_);
-    on_size();
     ShowWindow(dialog_, SW_SHOWNA);
+}
+
+void DockedBar::show() const
+{
+    ShowWindow(window_, SW_SHOWNA);
 }
 
 RECT DockedBar::caption() const

@@ -23,7 +23,7 @@ public:
         std::function<void()> resize;  // the width has changed
     };
 
-    // `width` in pixels at 96 DPI.
+    // `width` in pixels at 96 DPI. Hidden and without a size, so that it is placed before it is shown.
     DockedBar(HWND frame, std::uint32_t id, HWND dialog, std::wstring title, int width,
               Events events);
     ~DockedBar();
@@ -39,6 +39,7 @@ public:
     // Where the close button lies in the window.
     [[nodiscard]] RECT close_button() const;
 
+    void show() const;
     win32::Handled handle(const win32::Message& message);
 
 private:

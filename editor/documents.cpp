@@ -446,6 +446,22 @@ void Documents::on_dpi()
     on_size();
 }
 
+void Documents::place_document(HWND document, const RECT& area)
+{
+    // An edit control draws its scroll bars whenever it computes them anew. Not drawing meanwhile, it
+    // draws them once, when its turn comes.
+    const bool is_visible = (GetWindowLongPtrW(document, GWL_STYLE) & WS_VISIBLE) != 0;
+    if (is_visible)
+        SendMessageW(document, WM_SETREDRAW, FALSE, 0);
+    MoveWindow(document, area.left, area.top, area.right - area.left,
+               std::max(0L, area.bottom - area.top), FALSE);
+    if (!is_visible)
+        return;
+    SendMessageW(document, WM_SETREDRAW, TRUE, 0);
+    RedrawWindow(document, nullptr, nullptr,
+                 RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN);
+}
+
 void Documents::on_size()
 {
     RECT area{};
@@ -460,8 +476,7 @@ void Documents::on_size()
         area.top = bar.bottom;
     }
     if (active_ != none)
-        MoveWindow(tabs_[active_].window(), area.left, area.top, area.right - area.left,
-                   std::max(0L, area.bottom - area.top), TRUE);
+        place_document(tabs_[active_].window(), area);
 }
 
 }  // namespace quorrel

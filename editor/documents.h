@@ -97,6 +97,7 @@ private:
     void update_label(std::size_t index);
     win32::Handled on_notify(NMHDR& header);
     void on_dpi();
+    static void place_document(HWND document, const RECT& area);
     void on_size();
 
     HWND view_ = nullptr;

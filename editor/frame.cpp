@@ -136,6 +136,7 @@ std::uint32_t Frame::dock(HWND dialog, std::wstring title)
         DockedBar::Events{[this, id] { PostMessageW(window_, WM_CLOSE_BAR, id, 0); },
                           [this] { place_parts(); }}));
     place_parts();
+    bars_.back()->show();
     return id;
 }
 
