@@ -667,8 +667,10 @@ void HistoryWindow::wait_for_count()
 // Asks for what has waited, once the number of commits has come or lets wait for it.
 void HistoryWindow::carry_on()
 {
-    if ((!reload_waits_ && waiting_selection_ == nullptr) || list_.expects_count())
+    const bool waits = reload_waits_ || waiting_selection_ != nullptr;
+    if (waits && list_.expects_count())
         return;
+    // Also when nothing waits any more: what did may have been done or dropped meanwhile.
     KillTimer(dialog_, COUNT_TIMER);
     if (std::exchange(reload_waits_, false))
         PostMessageW(dialog_, WM_REVLANE_RELOAD_REFERENCES, 0, 0);
