@@ -1,6 +1,7 @@
 // The git commands that the user starts from the panel, one at a time, in the order given.
 #pragma once
 
+#include "changes/command_task.h"
 #include "git/commands.h"
 #include "git/git.h"
 #include "win32/work_pool.h"
@@ -10,25 +11,26 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace revlane {
 
 // What a running command works with. On the thread of the pool; holds no window object.
 class CommandRun {
 public:
-    CommandRun(HWND owner, std::filesystem::path workdir, git::Git& git)
-        : context{std::move(workdir), git}, owner_(owner), whole_(git)
+    CommandRun(HWND owner, const git::CommandContext& given)
+        : context(given), owner_(owner), whole_(given.git)
     {
     }
 
     // Where git runs.
-    const git::CommandContext context;
+    const git::CommandContext& context;
 
     // Whether the user or the end of the panel stopped the command; its next step must not run.
     [[nodiscard]] bool was_ended() const noexcept { return whole_.was_ended(); }
     [[nodiscard]] HWND owner() const noexcept { return owner_; }
     // Posts WM_REVLANE_COMMAND_RESULT to the panel. Returns whether the result is ok.
-    bool report(git::CommandResult result) const;
+    bool report(git::CommandResult result) const { return post_result(owner_, std::move(result)); }
 
 private:
     HWND owner_;
