@@ -339,7 +339,7 @@ void ChangesSidebar::on_busy_timer()
     }
     KillTimer(dialog_, TIMER_BUSY);
     busy_since_.reset();
-    last_command_ = 0;
+    last_command_ = {};
     is_cancelling_ = false;
     view_.show_progress(false);
     update_cursor();

@@ -79,6 +79,14 @@ private:
         bool begins_refresh;  // read before everything else was read anew
     };
 
+    // What was chosen last, while it waits or runs.
+    struct LastCommand {
+        UINT id = 0;
+        std::vector<std::wstring> paths;
+
+        friend bool operator==(const LastCommand&, const LastCommand&) = default;
+    };
+
     // Told whether the panel still lives after something that pumped messages.
     using Life = std::weak_ptr<const char>;
 
@@ -129,7 +137,7 @@ private:
     win32::Handled on_command(UINT id, UINT code);
     win32::Handled on_list_command(UINT id);
     win32::Handled on_panel_command(UINT id);
-    void submit(UINT id, CommandQueue::Command command);
+    void submit(UINT id, CommandQueue::Command command, std::vector<std::wstring> paths = {});
     void submit_plain(UINT id, git::CommandResult (*command)(const git::CommandContext&));
     void on_fetch();
     void on_pull();
@@ -187,7 +195,7 @@ private:
     OutputWindow output_;
 
     CommandQueue commands_;
-    UINT last_command_ = 0;
+    LastCommand last_command_;
     bool is_cancelling_ = false;
     std::optional<std::chrono::steady_clock::time_point> busy_since_;
 

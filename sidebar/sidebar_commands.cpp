@@ -36,12 +36,18 @@ std::vector<git::FileChange> copy_of_selection(const ChangesListBase& list)
     return copies;
 }
 
-std::vector<std::wstring> selected_paths(const ChangesListBase& list)
+std::vector<std::wstring> paths_of(const std::vector<git::FileChange>& changes)
 {
     std::vector<std::wstring> paths;
-    for (const git::FileChange* change : list.selected())
-        paths.push_back(change->new_path);
+    paths.reserve(changes.size());
+    for (const git::FileChange& change : changes)
+        paths.push_back(change.new_path);
     return paths;
+}
+
+std::vector<std::wstring> selected_paths(const ChangesListBase& list)
+{
+    return paths_of(copy_of_selection(list));
 }
 
 }  // namespace
@@ -173,14 +179,17 @@ win32::Handled ChangesSidebar::on_panel_command(UINT id)
     }
 }
 
-void ChangesSidebar::submit(UINT id, CommandQueue::Command command)
+// `paths` are the files that the command is about, if it is about some.
+void ChangesSidebar::submit(UINT id, CommandQueue::Command command, std::vector<std::wstring> paths)
 {
     if (!repository_)
         return;
-    // A second click on the same button means the first one.
-    if (commands_.is_busy() && last_command_ == id)
+    // A second click on the same button means the first one. On other files it is another command,
+    // which waits for its turn.
+    LastCommand chosen{id, std::move(paths)};
+    if (commands_.is_busy() && last_command_ == chosen)
         return;
-    last_command_ = id;
+    last_command_ = std::move(chosen);
     commands_.submit(dialog_, repository_->path, std::move(command));
 }
 
@@ -240,12 +249,13 @@ void ChangesSidebar::commit(UINT id, CommitScope scope)
 
 void ChangesSidebar::on_stage()
 {
-    std::vector<std::wstring> paths = selected_paths(changes_);
+    const std::vector<std::wstring> paths = selected_paths(changes_);
     if (paths.empty())
         return;
-    submit(ID_STAGE, [paths = std::move(paths)](const CommandRun& run) {
-        run.report(git::stage_paths(run.context, paths));
-    });
+    submit(
+        ID_STAGE,
+        [paths](const CommandRun& run) { run.report(git::stage_paths(run.context, paths)); },
+        paths);
 }
 
 void ChangesSidebar::on_unstage()
@@ -255,14 +265,14 @@ void ChangesSidebar::on_unstage()
         return;
     std::transform(paths.begin(), paths.end(), paths.begin(),
                    [](const std::wstring& path) { return git::pathspec_argument(path); });
-    submit(ID_UNSTAGE, [paths = std::move(paths)](const CommandRun& run) {
-        run.report(git::unstage(run.context, paths));
-    });
+    submit(
+        ID_UNSTAGE,
+        [paths](const CommandRun& run) { run.report(git::unstage(run.context, paths)); }, paths);
 }
 
 void ChangesSidebar::on_discard()
 {
-    std::vector<git::FileChange> changes = copy_of_selection(changes_);
+    const std::vector<git::FileChange> changes = copy_of_selection(changes_);
     if (!repository_ || changes.empty())
         return;
     const Life life = life_;
@@ -270,11 +280,15 @@ void ChangesSidebar::on_discard()
     if (!ask_to_discard(dialog_, changes) || life.expired() || dialog_ == nullptr ||
         asked_for != repository_number_)
         return;
-    submit(ID_DISCARD, [changes = std::move(changes)](const CommandRun& run) {
-        for (const git::FileChange& change : changes)
-            if (run.was_ended() || !run.report(git::discard_changes(run.context, change.new_path)))
-                return;
-    });
+    const std::vector<std::wstring> paths = paths_of(changes);
+    submit(
+        ID_DISCARD,
+        [paths](const CommandRun& run) {
+            for (const std::wstring& path : paths)
+                if (run.was_ended() || !run.report(git::discard_changes(run.context, path)))
+                    return;
+        },
+        paths);
 }
 
 void ChangesSidebar::on_update_submodule(const ChangesListBase& list, UINT id)
@@ -282,9 +296,12 @@ void ChangesSidebar::on_update_submodule(const ChangesListBase& list, UINT id)
     const std::vector<std::wstring> paths = selected_paths(list);
     if (paths.size() != 1)
         return;
-    submit(id, [path = paths.front()](const CommandRun& run) {
-        run.report(git::update_submodule(run.context, path));
-    });
+    submit(
+        id,
+        [path = paths.front()](const CommandRun& run) {
+            run.report(git::update_submodule(run.context, path));
+        },
+        paths);
 }
 
 // Opens each of the selected files in the editor, as far as the first failure. The editor pumps

@@ -675,10 +675,12 @@ public:
         repository.script("chmod +x .git/hooks/pre-push");
     }
     // The hook of a push that was ended lives on, as it does on any system.
-    ~HangingPushes() { repository_.script("kill $(cat .git/hook.pid) 2>/dev/null || true"); }
+    ~HangingPushes() { end(); }
     HangingPushes(const HangingPushes&) = delete;
     HangingPushes& operator=(const HangingPushes&) = delete;
 
+    // The push that hangs fails.
+    void end() const { repository_.script("kill $(cat .git/hook.pid) 2>/dev/null || true"); }
     [[nodiscard]] bool has_begun() const
     {
         return std::filesystem::exists(repository_.path() / L".git/hook.pid");
@@ -718,6 +720,33 @@ TEST(Sidebar, CancelsACommandAndGoesOn)
     panel.click(IDC_STAGE_ALL_AND_COMMIT);
     EXPECT_TRUE(panel.wait([&] { return panel.message().empty(); }));
     EXPECT_EQ(repository.git({"log", "-1", "--format=%s"}), "after\n");
+}
+
+TEST(Sidebar, CarriesOutAllThatIsChosenDuringALongCommand)
+{
+    if (!support::git_is_whole())
+        GTEST_SKIP() << "hooks need a shell";
+    const TempRepository repository = with_files();
+    const TempRepository remote = repository.add_bare_remote();
+    const HangingPushes push(repository);
+    repository.write_file("a.txt", "two\n");
+    repository.remove("b.txt");
+    Panel panel(repository);
+    ASSERT_TRUE(panel.agrees_with_git());
+    ASSERT_TRUE(panel.wait([&] { return support::is_control_enabled(panel.dialog(), IDC_PUSH); }));
+    panel.click(IDC_PUSH);
+    ASSERT_TRUE(panel.wait([&] { return push.has_begun(); }));
+    // Nothing happens at first, so somebody may choose the last one again: that is one command, since
+    // a file cannot be removed twice.
+    for (const wchar_t* row : {L"a.txt", L"b.txt (deleted)", L"b.txt (deleted)"}) {
+        panel.select(IDC_CHANGES_LIST, {row});
+        panel.choose(ID_STAGE);
+        panel.driver().pump();
+    }
+    panel.box_after([&] { push.end(); });
+    EXPECT_TRUE(panel.wait_rows(IDC_STAGED_LIST, 2));
+    EXPECT_TRUE(panel.agrees_with_git());
+    EXPECT_TRUE(IsWindowEnabled(panel.driver().window()));
 }
 
 TEST(Sidebar, ShowsAnAutomaticFetchThatHangsAndCancelsIt)
