@@ -43,14 +43,16 @@ void ChangesSidebar::choose_initial_repository()
 void ChangesSidebar::on_check_document()
 {
     std::wstring document = host::active_document_path(host_);
+    const bool is_same = document == last_document_;
+    last_document_ = std::move(document);
     // The same document again leads nowhere else, and must not undo the user's choice of a folder.
-    const bool is_known = repository_ && document == last_document_;
-    last_document_ = document;
-    if (!is_known) {
-        auto found = find_repository(document);
-        if (!found)
+    if (!(repository_ && is_same)) {
+        auto found = find_repository(last_document_);
+        // Said once: the editor reports its document again and again.
+        if (!found && !is_same)
             show_error_later(git::to_wide(found.error()));
-        else if (*found && !(repository_ && is_same_folder((*found)->path, repository_->path)))
+        else if (found && *found &&
+                 !(repository_ && is_same_folder((*found)->path, repository_->path)))
             show_repository(std::move(**found));
     }
     refresh();

@@ -8,6 +8,7 @@
 #include "tests/support/process_state.h"
 #include "tests/support/recorded_git.h"
 #include "tests/support/temp_repository.h"
+#include "tests/support/window_watch.h"
 #include "win32/text.h"
 #include "win32/window.h"
 
@@ -494,6 +495,33 @@ TEST(Sidebar, StandsWithoutARepository)
         SendMessageW(dialog, WM_COMMAND, static_cast<WPARAM>(id), 0);
     driver.pump();
     EXPECT_TRUE(IsWindow(dialog));
+}
+
+TEST(Sidebar, SaysOnceWhyTheRepositoryOfADocumentCannotBeOpened)
+{
+    const TempRepository repository = with_files();
+    const std::string settings = repository.read_file(".git/config");
+    repository.write_file(".git/config", "[broken\n");
+    EditorDriver driver(support::delivered_plugin());
+    const HWND dialog = driver.open_panel();
+    int boxes = 0;
+    const support::WindowWatch watch(
+        support::is_box,
+        [&boxes](HWND box) {
+            ++boxes;
+            support::press_button(box, IDCLOSE);
+        },
+        support::Windows::All);
+    ASSERT_TRUE(driver.open(repository.path() / L"a.txt"));
+    ASSERT_TRUE(driver.wait([&] { return boxes == 1; }));
+    // As the editor reports its document when the user comes back to it.
+    SendMessageW(dialog, revlane::WM_REVLANE_CHECK_DOCUMENT, 0, 0);
+    driver.pump();
+    EXPECT_EQ(boxes, 1);
+    repository.write_file(".git/config", settings);
+    SendMessageW(dialog, revlane::WM_REVLANE_CHECK_DOCUMENT, 0, 0);
+    EXPECT_TRUE(
+        driver.wait([&] { return IsWindowVisible(GetDlgItem(dialog, IDC_BRANCH)) != FALSE; }));
 }
 
 // What Windows knows of kinds of files and addresses is, for this process, a program that writes down
