@@ -4,6 +4,7 @@
 #include "changes/stash_guard.h"
 #include "changes/texts.h"
 #include "git/handles.h"
+#include "git/references.h"
 #include "resources/ids.h"
 #include "win32/text.h"
 
@@ -28,14 +29,20 @@ public:
 
     void run(const std::string& branch, bool is_remote)
     {
-        const std::wstring name = win32::to_wide(branch);
-        if (!is_remote) {
-            switch_to(name);
+        const std::string local = is_remote ? local_branch_name(branch) : branch;
+        const bool is_unborn = git_repository_head_unborn(repository_) == 1;
+        // The branch that HEAD waits for is made by its checkout. If it came into being beneath HEAD, all
+        // its files would seem to be deleted.
+        const bool is_awaited = is_unborn && local == git::unborn_branch(repository_);
+        const std::wstring target = win32::to_wide(local);
+        if (is_remote && !is_awaited &&
+            !report(git::create_branch(context_, target, win32::to_wide(branch))))
             return;
-        }
-        const std::wstring local = win32::to_wide(local_branch_name(branch));
-        if (report(git::create_branch(context_, local, name)))
-            switch_to(local);
+        // A stash is made on a commit. Without one git checks out only what overwrites nothing.
+        if (is_unborn)
+            report(git::checkout_branch(context_, target));
+        else
+            switch_to(target);
     }
 
 private:

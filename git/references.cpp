@@ -114,6 +114,22 @@ Result<std::optional<std::string>> remote_name_of(const git_reference* reference
     return name.text();
 }
 
+std::string unborn_branch(git_repository* repository)
+{
+    git_reference* found = nullptr;
+    if (git_reference_lookup(&found, repository, "HEAD") != 0)
+        return {};
+    const Reference head(found);
+    const char* target = git_reference_symbolic_target(head.get());
+    if (target == nullptr)
+        return {};
+    constexpr std::string_view prefix = "refs/heads/";
+    std::string_view name(target);
+    if (name.starts_with(prefix))
+        name.remove_prefix(prefix.size());
+    return std::string(name);
+}
+
 Result<BranchList> list_branches(git_repository* repository)
 {
     BranchList branches;

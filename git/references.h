@@ -41,6 +41,9 @@ Result<git_oid> reference_target(const git_reference* reference);
 Result<AheadBehind> ahead_behind(const git_reference* local, const git_reference* upstream);
 // The remote of a remote-tracking branch; nothing for any other reference.
 Result<std::optional<std::string>> remote_name_of(const git_reference* reference);
+// The short name of the branch that HEAD is on and that has no commit yet: the first commit creates
+// it. Empty when HEAD names no branch.
+std::string unborn_branch(git_repository* repository);
 // A detached HEAD first, then every branch but "origin/HEAD" in libgit2's order.
 Result<BranchList> list_branches(git_repository* repository);
 // The commits of the tags whose name matches "*{text}*", once for each tag. A tag on anything else is

@@ -35,7 +35,7 @@ void read_head(PanelState& state, git_repository* repository)
     const int code = git_repository_head(&found, repository);
     if (code == GIT_EUNBORNBRANCH) {
         state.head = PanelState::Head::Unborn;
-        state.head_name = unborn_branch(repository);
+        state.head_name = win32::to_wide(git::unborn_branch(repository));
         return;
     }
     if (code != 0)
@@ -51,22 +51,6 @@ void read_head(PanelState& state, git_repository* repository)
 }
 
 }  // namespace
-
-std::wstring unborn_branch(git_repository* repository)
-{
-    git_reference* found = nullptr;
-    if (git_reference_lookup(&found, repository, "HEAD") != 0)
-        return {};
-    const git::Reference head(found);
-    const char* target = git_reference_symbolic_target(head.get());
-    if (target == nullptr)
-        return {};
-    constexpr std::string_view prefix = "refs/heads/";
-    std::string_view name(target);
-    if (name.starts_with(prefix))
-        name.remove_prefix(prefix.size());
-    return win32::to_wide(name);
-}
 
 PanelState read_panel_state(const std::filesystem::path& workdir,
                             const std::function<bool()>& is_cancelled)

@@ -36,9 +36,6 @@ struct PanelState {
 PanelState read_panel_state(const std::filesystem::path& workdir,
                             const std::function<bool()>& is_cancelled);
 
-// The name of the branch that the first commit will create; empty when HEAD names none.
-std::wstring unborn_branch(git_repository* repository);
-
 // What the pull and push buttons show of a state.
 struct RemoteButtons {
     bool can_pull = false;

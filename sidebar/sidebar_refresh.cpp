@@ -6,6 +6,7 @@
 #include "sidebar/changes_sidebar.h"
 #include "sidebar/repository_choice.h"
 #include "win32/posted.h"
+#include "win32/text.h"
 
 #include <utility>
 
@@ -102,7 +103,7 @@ void ChangesSidebar::fill_branches()
     git_reference* found = nullptr;
     std::optional<std::wstring> unborn;
     if (git_repository_head(&found, opened) == GIT_EUNBORNBRANCH)
-        unborn = unborn_branch(opened);
+        unborn = win32::to_wide(git::unborn_branch(opened));
     const git::Reference head(found);
     auto references = git::list_branches(opened);
     if (!references) {

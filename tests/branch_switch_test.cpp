@@ -541,6 +541,44 @@ TEST_F(BranchSwitch, MakesALocalBranchOfARemoteOne)
     EXPECT_EQ(status_of(*files_), std::set<std::string>{" M a"});
 }
 
+TEST_F(BranchSwitch, LeavesABranchThatHasNoCommitYet)
+{
+    const auto begin_anew = [this] {
+        begin(R"(
+            git init -q --bare ../remote.git; git remote add origin ../remote.git
+            git push -q origin main other; git fetch -q
+            git symbolic-ref HEAD refs/heads/new; git branch -q -D main
+            git rm -q -r --cached .; rm -r *; echo "work untracked" >notes
+        )");
+    };
+    // The branch that HEAD is on and one of another name, both from the remote, and a local one.
+    begin_anew();
+    switch_to("origin/main", true);
+    EXPECT_EQ(verbs_of(results_), (Verbs{"branch", "checkout"}));
+    EXPECT_EQ(head(), "main");
+    EXPECT_EQ(status_of(*files_), std::set<std::string>{"?? notes"});
+    begin_anew();
+    files_->script("git symbolic-ref HEAD refs/heads/main");
+    switch_to("origin/main", true);
+    EXPECT_EQ(verbs_of(results_), Verbs{"checkout"});
+    EXPECT_EQ(head(), "main");
+    EXPECT_EQ(status_of(*files_), std::set<std::string>{"?? notes"});
+    EXPECT_EQ(files_->git({"rev-parse", "--abbrev-ref", "@{upstream}"}), "origin/main\n");
+    begin_anew();
+    files_->script("echo 'work to commit' >staged; git add staged");
+    switch_to("other");
+    EXPECT_EQ(verbs_of(results_), Verbs{"checkout"});
+    EXPECT_EQ(head(), "other");
+    EXPECT_EQ(status_of(*files_), (std::set<std::string>{"A  staged", "?? notes"}));
+    // Files that the branch has too stay as they are.
+    begin_anew();
+    files_->script("echo 'work of mine' >a");
+    switch_to("other");
+    EXPECT_EQ(verbs_of(results_), Verbs{"checkout!"});
+    EXPECT_EQ(head(), "");
+    EXPECT_EQ(status_of(*files_), (std::set<std::string>{"?? a", "?? notes"}));
+}
+
 TEST_F(BranchSwitch, TellsNobodyWithoutAnOwner)
 {
     begin("echo 'work on a' >>a");
