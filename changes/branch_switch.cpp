@@ -4,6 +4,7 @@
 #include "changes/stash_guard.h"
 #include "changes/texts.h"
 #include "git/handles.h"
+#include "git/locked_index.h"
 #include "git/references.h"
 #include "resources/ids.h"
 #include "win32/text.h"
@@ -72,6 +73,10 @@ private:
         const std::optional<git_oid> after = top_of_stash(repository_);
         if (after && (!before || !git_oid_equal(&*before, &*after)))
             stash_ = after;
+        // Git says nothing of a lock here.
+        if (!pushed.ok && pushed.output.empty())
+            if (const auto lock = git::find_index_lock(repository_))
+                pushed.output = git::to_utf8(*lock);
         if (!report(std::move(pushed)))
             return false;
         git::StashList list = git::list_stashes(context_);

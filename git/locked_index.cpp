@@ -24,6 +24,27 @@ std::filesystem::path with_suffix(const std::filesystem::path& path, std::wstrin
     return win32::long_path(path.native() + std::wstring(suffix));
 }
 
+Result<std::filesystem::path> index_path(git_repository* repository)
+{
+    Buffer name;
+    if (git_repository_item_path(name.get(), repository, GIT_REPOSITORY_ITEM_INDEX) != 0)
+        return tl::unexpected(error_from_libgit2());
+    return std::filesystem::path(win32::to_wide(name.text()));
+}
+
+std::filesystem::path lock_of(const std::filesystem::path& index)
+{
+    return with_suffix(index, L".lock");
+}
+
+Error is_locked(std::filesystem::path lock)
+{
+    return Error::own(
+        fmt::format("The index is locked: another git is at work, or one has crashed and left "
+                    "this file behind: {}",
+                    win32::to_utf8(lock.make_preferred().native())));
+}
+
 Result<win32::FileHandle> take_lock(const std::filesystem::path& path)
 {
     win32::FileHandle lock(CreateFileW(path.c_str(), GENERIC_WRITE | DELETE,
@@ -32,10 +53,7 @@ Result<win32::FileHandle> take_lock(const std::filesystem::path& path)
     if (lock)
         return lock;
     if (GetLastError() == ERROR_FILE_EXISTS)
-        return tl::unexpected(Error::own(
-            fmt::format("The index is locked: another git is at work, or one has crashed and left "
-                        "this file behind: {}",
-                        win32::to_utf8(path.native()))));
+        return tl::unexpected(is_locked(path));
     return tl::unexpected(error_from_last_windows_error());
 }
 
@@ -54,6 +72,14 @@ bool replace(const std::filesystem::path& from, const std::filesystem::path& to)
 
 }  // namespace
 
+std::optional<Error> find_index_lock(git_repository* repository)
+{
+    const Result<std::filesystem::path> path = index_path(repository);
+    if (!path || GetFileAttributesW(lock_of(*path).c_str()) == INVALID_FILE_ATTRIBUTES)
+        return std::nullopt;
+    return is_locked(lock_of(*path));
+}
+
 LockedIndex::LockedIndex(const std::filesystem::path& path, win32::FileHandle lock)
     : path_(win32::long_path(path)), copy_(with_suffix(path, COPY_SUFFIX)), lock_(std::move(lock))
 {
@@ -66,14 +92,13 @@ LockedIndex::~LockedIndex()
 
 Result<std::unique_ptr<LockedIndex>> LockedIndex::open(git_repository* repository)
 {
-    Buffer name;
-    if (git_repository_item_path(name.get(), repository, GIT_REPOSITORY_ITEM_INDEX) != 0)
-        return tl::unexpected(error_from_libgit2());
-    const std::filesystem::path path = win32::to_wide(name.text());
-    Result<win32::FileHandle> lock = take_lock(with_suffix(path, L".lock"));
+    const Result<std::filesystem::path> path = index_path(repository);
+    if (!path)
+        return tl::unexpected(path.error());
+    Result<win32::FileHandle> lock = take_lock(lock_of(*path));
     if (!lock)
         return tl::unexpected(std::move(lock).error());
-    std::unique_ptr<LockedIndex> opened(new LockedIndex(path, std::move(*lock)));
+    std::unique_ptr<LockedIndex> opened(new LockedIndex(*path, std::move(*lock)));
 
     // The copy keeps the time of the original, by which libgit2 tells which files may have changed
     // after they were staged. A new repository has no index yet.
@@ -81,7 +106,7 @@ Result<std::unique_ptr<LockedIndex>> LockedIndex::open(git_repository* repositor
         GetLastError() != ERROR_FILE_NOT_FOUND)
         return tl::unexpected(error_from_last_windows_error());
     git_index* index = nullptr;
-    const std::string copy = name.text() + win32::to_utf8(COPY_SUFFIX);
+    const std::string copy = win32::to_utf8(path->native() + std::wstring(COPY_SUFFIX));
     if (git_index_open(&index, copy.c_str()) != 0)
         return tl::unexpected(error_from_libgit2());
     opened->index_.reset(index);

@@ -9,8 +9,13 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 
 namespace git {
+
+// What to tell the user while another git holds the lock of the index, or has left it behind; nothing
+// when there is none.
+std::optional<Error> find_index_lock(git_repository* repository);
 
 // Holds git's own lock, the file "index.lock", from before the index is read until it has been
 // replaced, as git itself does; libgit2 takes it for the writing only. Hence the changes are made to

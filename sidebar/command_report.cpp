@@ -1,5 +1,7 @@
 #include "sidebar/command_report.h"
 
+#include "changes/texts.h"
+#include "resources/ids.h"
 #include "win32/text.h"
 
 #include <string_view>
@@ -46,7 +48,7 @@ std::wstring failure_text(const git::CommandResult& result)
 {
     const std::string_view output = trimmed(result.output);
     if (output.empty())
-        return L"git " + result.command;
+        return text_with(IDS_FAILED_SILENTLY, result.command);
     const std::size_t start = start_of_end(output);
     const std::wstring shown = win32::to_wide(trimmed(output.substr(start)));
     return start == 0 ? shown : L"\u2026\n" + shown;

@@ -7,7 +7,7 @@
 
 namespace revlane {
 
-// For the error box: the output, or the command where git said nothing. Of a long output only its
+// For the error box: the output, or which command it was where git said nothing. Of a long output only its
 // end, since git tells the reason last.
 std::wstring failure_text(const git::CommandResult& result);
 

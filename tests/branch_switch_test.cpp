@@ -475,7 +475,8 @@ TEST_F(BranchSwitch, StopsWhereItMust)
          {"stash push!"},
          "main",
          {" M a"},
-         0},
+         0,
+         "index.lock"},
     };
     for (const Case& test : cases) {
         SCOPED_TRACE(test.name);

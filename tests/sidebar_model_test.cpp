@@ -351,11 +351,12 @@ TEST(ChangeRows, KeepTheNameReadable)
 
 TEST(CommandReport, ShowsTheEndOfALongOutputAndAlwaysSomething)
 {
+    const support::LocalizedTexts texts;
     const auto text = [](std::string output) {
         return failure_text({L"push", std::move(output), false});
     };
     EXPECT_EQ(text("error: no\n"), L"error: no");
-    EXPECT_EQ(text(" \r\n"), L"git push");
+    EXPECT_NE(text(" \r\n").find(L"git push"), std::wstring::npos);
     std::string lines;
     for (int i = 0; i < 1000; ++i)
         lines += "line " + std::to_string(i) + "\n";
