@@ -7,16 +7,6 @@
 
 namespace revlane {
 
-namespace {
-
-bool is_folder(const std::filesystem::path& path)
-{
-    const DWORD attributes = GetFileAttributesW(win32::long_path(path).c_str());
-    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
-}  // namespace
-
 git::Result<git::Repository> open_working_tree(std::filesystem::path path)
 {
     auto repository = git::open_repository(git::normalize_repository_path(std::move(path)));
@@ -49,6 +39,12 @@ git::Result<std::optional<git::Repository>> find_repository(const std::wstring& 
 bool is_same_folder(const std::filesystem::path& left, const std::filesystem::path& right)
 {
     return CompareStringOrdinal(left.c_str(), -1, right.c_str(), -1, TRUE) == CSTR_EQUAL;
+}
+
+bool is_folder(const std::filesystem::path& path)
+{
+    const DWORD attributes = GetFileAttributesW(win32::long_path(path).c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
 bool is_still_there(const git::Repository& repository)

@@ -19,6 +19,9 @@ git::Result<std::optional<git::Repository>> find_repository(const std::wstring& 
 // Whether both name one folder, as Windows compares names.
 bool is_same_folder(const std::filesystem::path& left, const std::filesystem::path& right);
 
+// Whether a folder, not a file, is at `path`.
+bool is_folder(const std::filesystem::path& path);
+
 // Whether an opened repository is still on disk.
 bool is_still_there(const git::Repository& repository);
 

@@ -313,13 +313,20 @@ void ChangesSidebar::open_each(const ChangesListBase& list, const OpenFile& open
     const git::Repository repository = *repository_;
     const Life life = life_;
     for (const git::FileChange& change : copy_of_selection(list)) {
-        const git::Result<void> opened = open(repository, change);
+        // An untracked repository has a slash at its end, which a file cannot have.
+        const bool is_listed_folder = change.new_path.ends_with(L'/');
+        const git::Result<void> opened =
+            is_listed_folder ? git::Result<void>() : open(repository, change);
         if (life.expired() || dialog_ == nullptr)
             return;
-        if (!opened) {
+        if (opened && !is_listed_folder)
+            continue;
+        // Git lists a submodule like a file, but it has no contents of its own.
+        if (is_folder(working_tree_file(repository, change.new_path)))
+            show_error_later(text_with(IDS_OWN_REPOSITORY, change.new_path));
+        else if (!opened)
             show_error_later(git::to_wide(opened.error()));
-            return;
-        }
+        return;
     }
 }
 

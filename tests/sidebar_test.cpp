@@ -164,6 +164,23 @@ TEST(Sidebar, ComparesAndOpensTheSelection)
         L"empty.txt"));
 }
 
+// Git lists it as if it were a file, but there is nothing to compare and nothing to open.
+TEST(Sidebar, SaysWhatARepositoryInTheWorkingTreeIs)
+{
+    const TempRepository repository = with_files();
+    repository.script("git init -q inner; cd inner; echo one >file; git add .; commit one");
+    Panel panel(repository);
+    for (const wchar_t* row : {L"inner/ (new)", L"inner"}) {
+        ASSERT_TRUE(panel.wait([&] { return panel.rows(IDC_CHANGES_LIST) == Texts{row}; }));
+        panel.select(IDC_CHANGES_LIST, {row});
+        for (const int command : {ID_COMPARE, ID_OPEN_FILE})
+            EXPECT_TRUE(contains(panel.box_after([&] { panel.choose(command); }),
+                                 L"a repository of its own"));
+        repository.script("git -c advice.addEmbeddedRepo=false add inner; commit inner\n"
+                          "cd inner; git commit -q --allow-empty -m two");
+    }
+}
+
 TEST(Sidebar, CommitsWhatIsStaged)
 {
     const TempRepository repository = with_files();
