@@ -9,11 +9,11 @@
 #include "changes/texts.h"
 #include "changes/window_icon.h"
 #include "git/objects.h"
-#include "git/references.h"
 #include "history/commit_view.h"
 #include "history/comparisons.h"
 #include "history/filter_dialog.h"
 #include "history/history_layout.h"
+#include "history/history_source.h"
 #include "history/history_texts.h"
 #include "history/revlane_list.h"
 #include "history/window_placement.h"
@@ -32,19 +32,22 @@
 #include <windowsx.h>
 
 #include <array>
+#include <filesystem>
+#include <future>
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <utility>
+
 namespace revlane {
 
 namespace {
 
 // Of the window to itself, one after the other as it opens.
 constexpr UINT WM_HISTORY_FILL = WM_APP + 100;
-constexpr UINT WM_HISTORY_SHOW = WM_APP + 101;
-constexpr UINT WM_HISTORY_DRAW = WM_APP + 102;
+constexpr UINT WM_HISTORY_PLACE = WM_APP + 101;
+constexpr UINT WM_HISTORY_SHOW = WM_APP + 102;
+constexpr UINT WM_HISTORY_DRAW = WM_APP + 103;
 
 // Asks again and again whether the work that the state line speaks of has ended.
 constexpr UINT_PTR STATE_TIMER = 1;
@@ -75,9 +78,16 @@ bool handle_key(HWND dialog, MSG& message)
     return false;
 }
 
+// What the window is made with.
+struct Opening {
+    HWND frame;
+    const std::filesystem::path& repository;
+    std::future<HistoryBeginning>& beginning;
+};
+
 class HistoryWindow {
 public:
-    explicit HistoryWindow(const HistoryRequest& request);
+    explicit HistoryWindow(const Opening& opening);
     ~HistoryWindow();
     HistoryWindow(const HistoryWindow&) = delete;
     HistoryWindow& operator=(const HistoryWindow&) = delete;
@@ -87,6 +97,7 @@ public:
 private:
     LRESULT on_init(HWND dialog);
     void on_fill();
+    void on_place();
     void on_show();
     win32::Handled on_posted_message(const win32::Message& message);
     win32::Handled on_mouse(const win32::Message& message);
@@ -103,15 +114,13 @@ private:
     void on_tree_menu(POINT place);
 
     void open_repository(const std::filesystem::path& path);
-    void close_repository();
+    void show_no_repository();
     void reload();
     void on_reload();
-    void read_repository();
     void fill_branches();
     void set_revision(std::string name);
     void show_start(bool anew, bool again = false);
     void show_file_history(const std::wstring& path);
-    [[nodiscard]] std::optional<git_oid> current_start() const;
     [[nodiscard]] bool has_search() const;
     [[nodiscard]] bool may_find_more() const;
     void search(bool fill_first = false);
@@ -121,7 +130,6 @@ private:
     void lay_out();
     void update_state();
     [[nodiscard]] std::wstring empty_text() const;
-    [[nodiscard]] std::wstring revision_argument() const;
     [[nodiscard]] bool is_on_splitter(POINT client) const;
     [[nodiscard]] int text_width(int control) const;
     [[nodiscard]] HWND item(int id) const { return controls_.find(id); }
@@ -129,16 +137,13 @@ private:
     const git::LibraryScope library_;  // before everything that holds something of libgit2
     HWND dialog_ = nullptr;
     HWND frame_;
-    std::filesystem::path path_;
-    std::string revision_;  // name of the reference to show; empty: HEAD
+    std::future<HistoryBeginning> beginning_;  // is read while the window is made
+    std::unique_ptr<HistorySource> source_;    // never null
     std::shared_ptr<git::Git> commands_ = std::make_shared<git::Git>();
     std::shared_ptr<git::Git> filters_ = std::make_shared<git::Git>();
     win32::WorkPool count_pool_;
     win32::WorkPool filter_pool_;
     win32::WorkPool command_pool_;
-    std::optional<git::Repository> repository_;
-    git::Reference current_;      // whose commits are shown; null: an unborn HEAD
-    std::wstring unborn_branch_;  // that HEAD is on
     BranchesDropdown branches_;
     RevlaneList list_;
     CommitView commit_;
@@ -157,10 +162,11 @@ private:
     bool is_shown_ = false;
 };
 
-HistoryWindow::HistoryWindow(const HistoryRequest& request)
-    : frame_(request.frame), path_(request.repository), revision_(request.revision.value_or("")),
+HistoryWindow::HistoryWindow(const Opening& opening)
+    : frame_(opening.frame), beginning_(std::move(opening.beginning)),
+      source_(std::make_unique<HistorySource>(opening.repository, std::string())),
       branches_(command_pool_, commands_),
-      list_(request.frame, commands_, filters_, {count_pool_, filter_pool_, command_pool_})
+      list_(opening.frame, commands_, filters_, {count_pool_, filter_pool_, command_pool_})
 {
 }
 
@@ -245,7 +251,7 @@ win32::Handled HistoryWindow::on_posted_message(const win32::Message& message)
             open_repository(*path);
         return 0;
     case WM_REVLANE_OPEN_COMMIT:
-        if (const auto id = win32::take_owned<git_oid>(message.wparam); id && repository_)
+        if (const auto id = win32::take_owned<git_oid>(message.wparam); id && source_->repository())
             show_commit_changes(comparison_place(), *id);
         return 0;
     case WM_REVLANE_SELECTION:
@@ -254,7 +260,7 @@ win32::Handled HistoryWindow::on_posted_message(const win32::Message& message)
         return 0;
     case WM_REVLANE_COMPARE_REVISIONS:
         if (const auto commits = win32::take_owned<RevisionPair>(message.wparam);
-            commits && repository_)
+            commits && source_->repository())
             show_changes_between(comparison_place(), *commits);
         return 0;
     case WM_REVLANE_REFRESH_ALL: {
@@ -275,6 +281,9 @@ win32::Handled HistoryWindow::on_posted_message(const win32::Message& message)
         return 0;
     case WM_HISTORY_FILL:
         on_fill();
+        return 0;
+    case WM_HISTORY_PLACE:
+        on_place();
         return 0;
     case WM_HISTORY_SHOW:
         on_show();
@@ -298,29 +307,34 @@ LRESULT HistoryWindow::on_init(HWND dialog)
     branches_.attach(dialog, item(IDC_HISTORY_BRANCH));
     place_ = placement.window;
     opens_maximized_ = placement.is_maximized;
-    // Making the window, filling, showing and drawing it take long enough for a message each. All
-    // ahead of what follows from filling the list, so that the commits are drawn before their details
-    // are read.
-    for (const UINT step : {WM_HISTORY_FILL, WM_HISTORY_SHOW, WM_HISTORY_DRAW})
+    // Making the window, filling, placing, showing and drawing it take long enough for a message each.
+    // All ahead of what follows from filling the list, so that the commits are drawn before their
+    // details are read.
+    for (const UINT step : {WM_HISTORY_FILL, WM_HISTORY_PLACE, WM_HISTORY_SHOW, WM_HISTORY_DRAW})
         PostMessageW(dialog, step, 0, 0);
     return FALSE;
 }
 
 void HistoryWindow::on_fill()
 {
-    const HWND dialog = dialog_;
-    // First, so that the controls are laid out once, for what they are to show.
-    read_repository();
-    SetWindowPos(dialog, nullptr, place_.left, place_.top, place_.right - place_.left,
+    HistoryBeginning beginning = beginning_.get();
+    source_ = std::move(beginning.source);
+    // The commits before all else: they are counted while the rest is placed and drawn. An error box
+    // may stand, during which the window may go.
+    list_.set_repository(source_->repository());
+    list_.set_start(source_->start());
+    list_.set_first_page(std::move(beginning.page));
+    list_.init(dialog_);
+}
+
+void HistoryWindow::on_place()
+{
+    // First what the controls are to show, so that they are laid out once.
+    if (source_->repository())
+        fill_branches();
+    SetWindowPos(dialog_, nullptr, place_.left, place_.top, place_.right - place_.left,
                  place_.bottom - place_.top, SWP_NOZORDER | SWP_NOACTIVATE);
     branches_.begin();
-    // Filled before it is shown: the commits are counted while it is drawn. An error box may stand in
-    // between, during which the window may go.
-    list_.set_repository(repository_);
-    list_.set_start(current_start());
-    list_.init(dialog);
-    if (!IsWindow(dialog))
-        return;
     lay_out();
     update_state();
 }
@@ -335,38 +349,39 @@ void HistoryWindow::on_show()
 
 void HistoryWindow::open_repository(const std::filesystem::path& path)
 {
-    if (repository_ && path == path_) {
+    if (path != source_->path()) {
+        source_->turn_to(path);
+        filter_ = {};
+        file_path_.clear();
+    } else if (source_->repository()) {
         // Behind what waits: the branch that is to be shown may have been chosen with it, and its
         // commits are to be seen first.
         PostMessageW(dialog_, WM_REVLANE_RELOAD_REFERENCES, 0, 0);
         return;
     }
-    if (path != path_) {
-        path_ = path;
-        revision_.clear();
-        filter_ = {};
-        file_path_.clear();
-    }
-    close_repository();
+    show_no_repository();
     reload();
 }
 
-void HistoryWindow::close_repository()
+// Everything but the list, which is told by itself.
+void HistoryWindow::show_no_repository()
 {
     branches_.set_repository(nullptr);
-    current_.reset();
-    commit_.forget_references();
-    unborn_branch_.clear();
     waiting_selection_.reset();
+    commit_.forget_references();
     commit_.clear();
-    repository_.reset();
 }
 
+// Opens the repository anew, and reads what does not depend on the commits that are shown.
 void HistoryWindow::reload()
 {
-    const bool had_repository = repository_.has_value();
-    read_repository();
-    show_start(!had_repository || !repository_);
+    const bool had_repository = source_->repository().has_value();
+    commit_.forget_references();
+    if (source_->read())
+        fill_branches();
+    else
+        show_no_repository();
+    show_start(!had_repository || !source_->repository());
 }
 
 // Requests that wait are carried out as one.
@@ -383,56 +398,18 @@ void HistoryWindow::on_reload()
         reload();
 }
 
-// Opens the repository anew, and reads what does not depend on the commits that are shown.
-void HistoryWindow::read_repository()
-{
-    git::Result<git::Repository> opened = git::open_repository(path_);
-    if (!opened) {
-        close_repository();
-        return;
-    }
-    current_.reset();
-    commit_.forget_references();
-    repository_ = std::move(*opened);
-    fill_branches();
-}
-
+// What was read is shown in the drop-down.
 void HistoryWindow::fill_branches()
 {
-    git_repository* repository = repository_->handle.get();
-    branches_.renew_repository(&*repository_);
-    unborn_branch_.clear();
-    git_reference* found = nullptr;
-    git::Reference head;
-    if (git_repository_head(&found, repository) == 0) {
-        head.reset(found);
-    } else if (git_reference_lookup(&found, repository, "HEAD") == 0) {
-        // An unborn branch: HEAD names it, and nothing is there yet.
-        const git::Reference symbolic(found);
-        constexpr std::string_view branches = "refs/heads/";
-        std::string_view target = git_reference_symbolic_target(found);
-        if (target.starts_with(branches))
-            target.remove_prefix(branches.size());
-        unborn_branch_ = win32::to_wide(target);
-    }
-    // The branch that is shown may be another than the one that is checked out.
-    if (!revision_.empty() && revision_ != "HEAD" &&
-        git_branch_lookup(&found, repository, revision_.c_str(), GIT_BRANCH_LOCAL) != 0 &&
-        git_branch_lookup(&found, repository, revision_.c_str(), GIT_BRANCH_REMOTE) != 0)
-        revision_.clear();
-    if (revision_.empty() || revision_ == "HEAD")
-        current_ = std::move(head);
-    else
-        current_.reset(found);
-    if (git::Result<git::BranchList> references = git::list_branches(repository))
-        branches_.fill(*references, current_.get(),
-                       unborn_branch_.empty() ? std::nullopt : std::optional(unborn_branch_));
+    branches_.renew_repository(&*source_->repository());
+    if (source_->branches())
+        branches_.fill(*source_->branches(), source_->current(), source_->unborn_branch());
 }
 
 void HistoryWindow::set_revision(std::string name)
 {
-    revision_ = std::move(name);
-    if (repository_)
+    source_->show(std::move(name));
+    if (source_->repository())
         fill_branches();
     show_start(false, true);
 }
@@ -441,19 +418,20 @@ void HistoryWindow::set_revision(std::string name)
 // it is to be filled `anew`; what was searched for is then searched for again only if `again`.
 void HistoryWindow::show_start(bool anew, bool again)
 {
-    const std::optional<git_oid> start = current_start();
+    const std::optional<git_oid> start = source_->start();
     const std::optional<git_oid>& shown = list_.start();
     const bool has_moved =
         start.has_value() != shown.has_value() || (start && !git_oid_equal(&*start, &*shown));
     if (anew)
-        list_.set_repository(repository_);
+        list_.set_repository(source_->repository());
     else
-        list_.renew_repository(repository_);
+        list_.renew_repository(source_->repository());
     list_.set_start(start);
     if (commit_.commit()) {
         // The references at the commit may have changed. One that is gone stays on view.
-        if (const auto commit = git::lookup_commit(repository_->handle.get(), *commit_.commit()))
-            commit_.show(*repository_, *commit);
+        if (const auto commit =
+                git::lookup_commit(source_->repository()->handle.get(), *commit_.commit()))
+            commit_.show(*source_->repository(), *commit);
     }
     // The list may show an error box, during which the window may go.
     const HWND dialog = dialog_;
@@ -466,15 +444,6 @@ void HistoryWindow::show_start(bool anew, bool again)
         return;
     lay_out();
     update_state();
-}
-
-// The commit that the current reference is at; nothing: an unborn branch.
-std::optional<git_oid> HistoryWindow::current_start() const
-{
-    if (current_ == nullptr)
-        return std::nullopt;
-    const git::Result<git_oid> target = git::reference_target(current_.get());
-    return target ? std::optional(*target) : std::nullopt;
 }
 
 bool HistoryWindow::has_search() const
@@ -501,21 +470,16 @@ void HistoryWindow::search(bool fill_first)
     if (!file_path_.empty())
         list_.show_file_history(file_path_);
     else
-        list_.filter(revision_argument(), filter_);
+        list_.filter(source_->revision_argument(), filter_);
     if (!IsWindow(dialog))
         return;
     lay_out();
     update_state();
 }
 
-std::wstring HistoryWindow::revision_argument() const
-{
-    return current_ != nullptr ? win32::to_wide(git_reference_name(current_.get())) : L"HEAD";
-}
-
 void HistoryWindow::show_file_history(const std::wstring& path)
 {
-    if (!repository_ || current_ == nullptr)
+    if (!source_->repository() || source_->current() == nullptr)
         return;
     filter_.text.clear();
     file_path_ = path;
@@ -571,7 +535,8 @@ win32::Handled HistoryWindow::on_command(UINT id, UINT code)
         on_clear_filter();
         return 0;
     case IDC_COMPARE_WITH_PARENT:
-        if (const std::optional<git_oid> commit = list_.selected_commit(); commit && repository_)
+        if (const std::optional<git_oid> commit = list_.selected_commit();
+            commit && source_->repository())
             show_commit_changes(comparison_place(), *commit);
         return 0;
     case IDC_HISTORY_BRANCH:
@@ -594,12 +559,12 @@ win32::Handled HistoryWindow::on_command(UINT id, UINT code)
 
 void HistoryWindow::on_filter()
 {
-    if (current_ == nullptr)
+    if (source_->current() == nullptr)
         return;
     const HWND dialog = dialog_;
     Filter::State wanted = filter_;
     // The window may have gone while its dialog stood, and the reference too.
-    if (!ask_filter(dialog, wanted) || !IsWindow(dialog) || current_ == nullptr)
+    if (!ask_filter(dialog, wanted) || !IsWindow(dialog) || source_->current() == nullptr)
         return;
     filter_ = std::move(wanted);
     file_path_.clear();
@@ -645,14 +610,14 @@ void HistoryWindow::on_selection(std::unique_ptr<Selection> selection)
         wait_for_count();
         return;
     }
-    if (!selection->has_value || !repository_) {
+    if (!selection->has_value || !source_->repository()) {
         commit_.clear();
         return;
     }
     const git::Result<git::Commit> commit =
-        git::lookup_commit(repository_->handle.get(), selection->id);
+        git::lookup_commit(source_->repository()->handle.get(), selection->id);
     if (commit) {
-        commit_.show(*repository_, *commit);
+        commit_.show(*source_->repository(), *commit);
         return;
     }
     commit_.clear();
@@ -680,13 +645,13 @@ void HistoryWindow::carry_on()
 
 void HistoryWindow::compare_tree_file()
 {
-    if (repository_ && commit_.commit())
+    if (source_->repository() && commit_.commit())
         compare_file(comparison_place(), *commit_.commit(), commit_.files().selected_file());
 }
 
 ComparisonPlace HistoryWindow::comparison_place() const
 {
-    return {dialog_, frame_, *repository_};
+    return {dialog_, frame_, *source_->repository()};
 }
 
 void HistoryWindow::on_command_result(std::unique_ptr<git::CommandResult> result)
@@ -784,12 +749,12 @@ void HistoryWindow::lay_out()
                                .compare_text = text_width(IDC_COMPARE_WITH_PARENT),
                                .has_filter = has_filter,
                                .splitter = splitter_});
-    const bool is_empty = current_ == nullptr;
+    const bool is_empty = source_->current() == nullptr;
     using Part = win32::ControlPlacement::Part;
     const std::array parts{
         Part{item(IDC_HISTORY_TITLE), layout_.title, true},
         Part{item(IDC_HISTORY_BRANCH), drop_down_place(item(IDC_HISTORY_BRANCH), layout_.branch),
-             repository_.has_value()},
+             source_->repository().has_value()},
         Part{item(IDC_FILTER), layout_.filter, !is_empty},
         Part{item(IDC_CLEAR_FILTER), layout_.clear_filter, !is_empty && has_filter},
         Part{item(IDC_HISTORY_STATE), layout_.state, !is_empty},
@@ -805,12 +770,10 @@ void HistoryWindow::update_state()
 {
     if (list_.has_filter() && list_.is_filter_current())
         in_force_ = filter_text(filter_, file_path_);
-    const std::wstring name = path_.filename().native();
-    const std::wstring branch = current_ != nullptr
-                                    ? win32::to_wide(git::reference_display_name(current_.get()))
-                                    : unborn_branch_;
+    const std::wstring name = source_->path().filename().native();
     win32::show_window_text(dialog_, text_with(IDS_HISTORY_TITLE, name));
-    win32::show_window_text(item(IDC_HISTORY_TITLE), heading_text(path_, branch));
+    win32::show_window_text(item(IDC_HISTORY_TITLE),
+                            heading_text(source_->path(), source_->branch_name()));
     win32::show_window_text(item(IDC_HISTORY_STATE),
                             state_text({.count = list_.item_count(),
                                         .is_searching = list_.is_filtering(),
@@ -826,18 +789,23 @@ void HistoryWindow::update_state()
 
 std::wstring HistoryWindow::empty_text() const
 {
-    if (!repository_)
-        return text_with(IDS_REPOSITORY_GONE, path_.native());
-    return text_with(IDS_HISTORY_UNBORN, unborn_branch_);
+    if (!source_->repository())
+        return text_with(IDS_REPOSITORY_GONE, source_->path().native());
+    return text_with(IDS_HISTORY_UNBORN, source_->unborn_branch().value_or(L""));
 }
 
 }  // namespace
 
 HWND open_history_window(const HistoryRequest& request)
 {
+    // Until the window has a scope of its own. What is read outlives the thread that reads it.
+    const git::LibraryScope library;
+    std::future<HistoryBeginning> beginning =
+        std::async(read_beginning, request.repository, request.revision.value_or(""));
+    const Opening opening{request.frame, request.repository, beginning};
     return CreateDialogParamW(host::resource_module(), MAKEINTRESOURCEW(IDD_HISTORY), request.frame,
-                              win32::owning_dialog_proc<HistoryWindow, HistoryRequest>,
-                              reinterpret_cast<LPARAM>(&request));
+                              win32::owning_dialog_proc<HistoryWindow, Opening>,
+                              reinterpret_cast<LPARAM>(&opening));
 }
 
 }  // namespace revlane

@@ -1,5 +1,7 @@
 #include "history/revision_walk.h"
 
+#include <utility>
+
 namespace revlane {
 
 git::Result<git::Revwalk> start_walk(git_repository* repository, const git_oid& start)
@@ -24,6 +26,18 @@ git::Result<std::uint32_t> count_walk(git_repository* repository, const git_oid&
     while (count < limit && git_revwalk_next(&id, walk->get()) == 0)
         ++count;
     return count;
+}
+
+git::Result<FirstPage> read_first_page(git_repository* repository, const git_oid& start,
+                                       std::uint32_t limit)
+{
+    git::Result<git::Revwalk> walk = start_walk(repository, start);
+    if (!walk)
+        return tl::unexpected(std::move(walk.error()));
+    const git::Result<std::uint32_t> count = count_walk(repository, start, limit);
+    if (!count)
+        return tl::unexpected(count.error());
+    return FirstPage{std::move(*walk), *count};
 }
 
 git::Result<std::vector<git_oid>> walk_all(git_repository* repository, const git_oid& start,

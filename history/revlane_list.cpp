@@ -34,9 +34,6 @@ namespace revlane {
 
 namespace {
 
-// The list shows at once with at most so many rows; the true number follows from the background.
-constexpr std::uint32_t QUICK_COUNT = 200;
-
 // With a commit-graph a hundred thousand commits are counted in less. Details that come so much later are
 // not missed.
 constexpr std::chrono::milliseconds EXPECTED_COUNT{50};
@@ -135,18 +132,26 @@ void RevlaneList::set_repository(std::optional<git::Repository> repository)
 {
     cancel_count();
     clear_filter();
+    first_page_.reset();
     model_->clear_walk();
     repository_ = std::move(repository);
 }
 
 void RevlaneList::renew_repository(std::optional<git::Repository> repository)
 {
+    first_page_.reset();
     repository_ = std::move(repository);
 }
 
 void RevlaneList::set_start(std::optional<git_oid> start)
 {
     start_ = start;
+    first_page_.reset();
+}
+
+void RevlaneList::set_first_page(std::optional<git::Result<FirstPage>> page)
+{
+    first_page_ = std::move(page);
 }
 
 void RevlaneList::refresh()
@@ -179,20 +184,18 @@ git::Result<void> RevlaneList::fill()
         return {};
     git_repository* repository = repository_->handle.get();
     model_->clear_walk();
+    std::optional<git::Result<FirstPage>> page = std::exchange(first_page_, std::nullopt);
     if (start_) {
-        git::Result<git::Revwalk> walk = start_walk(repository, *start_);
-        if (!walk)
-            return tl::unexpected(std::move(walk.error()));
-        model_->set_walk(repository_->handle, std::move(*walk), *start_);
+        // The rows of a filter are counted already.
+        if (!page)
+            page = read_first_page(repository, *start_, model_->has_filter() ? 0 : QUICK_COUNT);
+        if (!*page)
+            return tl::unexpected(std::move(page->error()));
+        model_->set_walk(repository_->handle, std::move((*page)->walk), *start_);
     }
     std::size_t count = model_->size();
-    const bool is_counted = !model_->has_filter() && model_->has_walk();
-    if (is_counted) {
-        git::Result<std::uint32_t> quick = count_walk(repository, *start_, QUICK_COUNT);
-        if (!quick)
-            return tl::unexpected(std::move(quick.error()));
-        count = *quick;
-    }
+    if (!model_->has_filter() && start_)
+        count = (*page)->count;
     SendMessageW(list_, LVM_SETITEMCOUNT, count, 0);
     if (count > 0)
         select_rows({0});

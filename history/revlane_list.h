@@ -9,6 +9,7 @@
 #include "history/commit_search.h"
 #include "history/filter.h"
 #include "history/rev_list_with_filter.h"
+#include "history/revision_walk.h"
 #include "win32/posted.h"
 #include "win32/task_slot.h"
 #include "win32/window.h"
@@ -50,6 +51,9 @@ public:
     void renew_repository(std::optional<git::Repository> repository);
     // The commit that the unfiltered list begins with; nothing: it is empty (an unborn branch).
     void set_start(std::optional<git_oid> start);
+    // What the commits from the start on begin with, where somebody has read it from the repository
+    // already: the next refresh does not. Of the same repository and start.
+    void set_first_page(std::optional<git::Result<FirstPage>> page);
 
     // Fills the list anew from the start commit, or from the ids of the filter in force.
     void refresh();
@@ -134,7 +138,8 @@ private:
     std::optional<git::Repository> repository_;
     std::shared_ptr<RevListWithFilter> model_;
     std::optional<git_oid> start_;
-    std::optional<git_oid> wanted_;  // to be selected once the count has arrived
+    std::optional<git::Result<FirstPage>> first_page_;  // belongs to the repository
+    std::optional<git_oid> wanted_;                     // to be selected once the count has arrived
     bool is_filter_current_ = false;
     CommitCount count_;
     CommitSearch search_;
