@@ -29,9 +29,10 @@ constexpr int ID_COLUMN = 3;
 constexpr std::size_t ID_DIGITS = 40;
 constexpr wchar_t SEARCH[] = L"log --pretty=%H --grep=\"Mend the rare case\" HEAD";
 
+// The list is filled before its window is shown.
 HWND commit_list()
 {
-    return GetDlgItem(support::window_with(IDC_COMMIT_LIST), IDC_COMMIT_LIST);
+    return GetDlgItem(support::window_with(IDC_COMMIT_LIST, true), IDC_COMMIT_LIST);
 }
 
 int commit_rows()

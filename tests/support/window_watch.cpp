@@ -44,17 +44,19 @@ bool is_box(HWND window)
            (owner == nullptr || !IsWindowEnabled(owner));
 }
 
-HWND window_with(int control)
+HWND window_with(int control, bool may_be_hidden)
 {
     struct Search {
         int control;
+        bool may_be_hidden;
         HWND found;
-    } search{control, nullptr};
+    } search{control, may_be_hidden, nullptr};
     EnumThreadWindows(
         GetCurrentThreadId(),
         [](HWND window, LPARAM argument) -> BOOL {
             auto& wanted = *reinterpret_cast<Search*>(argument);
-            if (!IsWindowVisible(window) || GetDlgItem(window, wanted.control) == nullptr)
+            if ((!wanted.may_be_hidden && !IsWindowVisible(window)) ||
+                GetDlgItem(window, wanted.control) == nullptr)
                 return TRUE;
             wanted.found = window;
             return FALSE;

@@ -15,8 +15,9 @@ bool has_class(HWND window, const wchar_t* name);
 bool is_modal_dialog(HWND window);
 // The same, or a visible dialog without an owner.
 bool is_box(HWND window);
-// The visible window of this thread that has a control with this number; null if there is none.
-HWND window_with(int control);
+// The window of this thread that has a control with this number, and that is visible unless it
+// `may_be_hidden`; null if there is none.
+HWND window_with(int control, bool may_be_hidden = false);
 // Caption and texts of a dialog, line by line.
 std::wstring texts_of(HWND dialog);
 // Presses a button of a message box or of a task dialog.
