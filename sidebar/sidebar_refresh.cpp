@@ -73,7 +73,7 @@ void ChangesSidebar::on_changes(const ChangesResult& result)
 {
     if (!repository_)
         return;
-    // A file that goes away while it is read makes all of it fail, and nothing may change after that.
+    // It may succeed the next time, and nothing has to change for that.
     changes_are_stale_ = !result;
     if (result) {
         refresh_error_shown_ = false;

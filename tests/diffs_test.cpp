@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <ostream>
 #include <set>
 #include <tuple>
@@ -370,6 +371,37 @@ TEST(WorkingTreeDiffs, AreWhatGitFindsInIndexAndWorkingTree)
         git update-index --add --cacheinfo 160000,$(git rev-parse HEAD),many/115/module
     )");
     compare("many folders");
+}
+
+TEST(WorkingTreeDiffs, FilesThatCannotBeLookedInto)
+{
+    const TempRepository repository;
+    for (const char* file : {"database", "gone", "source"})
+        repository.write_file(file, "one");
+    repository.commit_all("one");
+    // Of the same length, so that only their contents could tell.
+    repository.write_file("database", "two");
+    repository.write_file("gone", "two");
+    repository.write_file("source", "two and more");
+    const win32::FileHandle kept(CreateFileW((repository.path() / L"database").c_str(),
+                                             GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                             OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(kept);
+    const auto handle = repository.open();
+    // One of them goes after it was listed.
+    const auto unstaged = git::diff_index_to_workdir(handle.get(), [&] {
+        std::filesystem::remove(repository.path() / L"gone");
+        return false;
+    });
+    ASSERT_TRUE(unstaged) << git::to_utf8(unstaged.error());
+    ASSERT_EQ(unstaged->size(), 3U);
+    const FileChange& database = unstaged->at(0);
+    EXPECT_EQ(database.new_path, L"database");
+    EXPECT_EQ(database.status, ChangeStatus::Modified);
+    EXPECT_TRUE(database.old_id);
+    EXPECT_FALSE(database.new_id);
+    EXPECT_EQ(unstaged->at(1).status, ChangeStatus::Deleted);
+    EXPECT_EQ(unstaged->at(2).status, ChangeStatus::Modified);
 }
 
 TEST(WorkingTreeDiffs, UnbornBranch)
