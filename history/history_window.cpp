@@ -1,9 +1,7 @@
 #include "history/history_window.h"
 
 #include "changes/branches_dropdown.h"
-#include "changes/drop_down_place.h"
 #include "changes/end_work.h"
-#include "changes/get_dpi.h"
 #include "changes/messages.h"
 #include "changes/modeless_dialogs.h"
 #include "changes/texts.h"
@@ -12,16 +10,14 @@
 #include "history/commit_view.h"
 #include "history/comparisons.h"
 #include "history/filter_dialog.h"
-#include "history/history_layout.h"
 #include "history/history_source.h"
 #include "history/history_texts.h"
+#include "history/history_view.h"
 #include "history/revlane_list.h"
 #include "history/window_placement.h"
 #include "plugin/host/editor.h"
 #include "plugin/host/localized.h"
 #include "resources/ids.h"
-#include "win32/control_placement.h"
-#include "win32/dialog_controls.h"
 #include "win32/error_box.h"
 #include "win32/handle.h"
 #include "win32/text.h"
@@ -29,9 +25,7 @@
 #include "win32/work_pool.h"
 
 #include <commctrl.h>
-#include <windowsx.h>
 
-#include <array>
 #include <filesystem>
 #include <future>
 #include <memory>
@@ -56,11 +50,6 @@ constexpr UINT STATE_INTERVAL = 200;  // milliseconds
 // Looks whether what has waited for the number of commits need not wait any longer.
 constexpr UINT_PTR COUNT_TIMER = 2;
 constexpr UINT COUNT_INTERVAL = 30;  // milliseconds
-
-// At 96 DPI.
-constexpr int SPLITTER_REACH = 4;
-constexpr int BUTTON_PADDING = 24;
-constexpr SIZE LEAST_SIZE{420, 360};
 
 // The last key of a sequence that the window takes wherever the focus is in it.
 bool handle_key(HWND dialog, MSG& message)
@@ -100,11 +89,9 @@ private:
     void on_place();
     void on_show();
     win32::Handled on_posted_message(const win32::Message& message);
-    win32::Handled on_mouse(const win32::Message& message);
     win32::Handled on_notify(NMHDR& header);
     win32::Handled on_command(UINT id, UINT code);
     win32::Handled on_set_cursor() const;
-    void on_minimum_size(MINMAXINFO& info) const;
     void on_selection(std::unique_ptr<Selection> selection);
     void wait_for_count();
     void carry_on();
@@ -130,9 +117,7 @@ private:
     void lay_out();
     void update_state();
     [[nodiscard]] std::wstring empty_text() const;
-    [[nodiscard]] bool is_on_splitter(POINT client) const;
-    [[nodiscard]] int text_width(int control) const;
-    [[nodiscard]] HWND item(int id) const { return controls_.find(id); }
+    [[nodiscard]] HWND item(int id) const noexcept { return view_.item(id); }
 
     const git::LibraryScope library_;  // before everything that holds something of libgit2
     HWND dialog_ = nullptr;
@@ -144,6 +129,7 @@ private:
     win32::WorkPool count_pool_;
     win32::WorkPool filter_pool_;
     win32::WorkPool command_pool_;
+    HistoryView view_;
     BranchesDropdown branches_;
     RevlaneList list_;
     CommitView commit_;
@@ -153,11 +139,7 @@ private:
     Filter::State filter_;
     std::wstring file_path_;  // whose history is shown; empty: none
     std::wstring in_force_;   // what the filter in force looks for, for people
-    HistoryLayout layout_{};
-    win32::DialogControls controls_;
-    win32::ControlPlacement placement_;
-    int splitter_ = 0;
-    RECT place_{};  // on the screen, as the window opens
+    RECT place_{};            // on the screen, as the window opens
     bool opens_maximized_ = false;
     bool is_shown_ = false;
 };
@@ -187,7 +169,7 @@ win32::Handled HistoryWindow::handle(const win32::Message& message)
         carry_on();
         return 0;
     case WM_GETMINMAXINFO:
-        on_minimum_size(*reinterpret_cast<MINMAXINFO*>(message.lparam));
+        view_.limit_size(*reinterpret_cast<MINMAXINFO*>(message.lparam));
         return 0;
     case WM_TIMER:
         if (message.wparam == STATE_TIMER)
@@ -208,17 +190,18 @@ win32::Handled HistoryWindow::handle(const win32::Message& message)
         on_tree_menu(commit_.files().keyboard_menu_place());
         return 0;
     case WM_SETCURSOR:
+        return on_set_cursor();
     case WM_LBUTTONDOWN:
     case WM_MOUSEMOVE:
     case WM_LBUTTONUP:
-        return on_mouse(message);
+        return view_.on_mouse(message);
     case WM_CLOSE:
         DestroyWindow(dialog_);
         return 0;
     case WM_DESTROY:
         // Before it is shown it does not lie where the user wants it.
         if (is_shown_)
-            write_history_placement(frame_, dialog_, splitter_);
+            write_history_placement(frame_, dialog_, view_.splitter());
         return std::nullopt;
     case WM_NCDESTROY:
         remove_modeless_dialog(dialog_);
@@ -299,10 +282,9 @@ win32::Handled HistoryWindow::on_posted_message(const win32::Message& message)
 LRESULT HistoryWindow::on_init(HWND dialog)
 {
     dialog_ = dialog;
-    controls_.collect(dialog);
     add_modeless_dialog(dialog, frame_, handle_key);
     const HistoryPlacement placement = read_history_placement(frame_);
-    splitter_ = placement.splitter;
+    view_.attach(dialog, placement.splitter);
     commit_.init(item(IDC_COMMIT_DETAILS), item(IDC_FILES_TREE));
     branches_.attach(dialog, item(IDC_HISTORY_BRANCH));
     place_ = placement.window;
@@ -662,35 +644,10 @@ void HistoryWindow::on_command_result(std::unique_ptr<git::CommandResult> result
     host::send_request(frame_, WM_REVLANE_COMMAND_RESULT, std::move(result));
 }
 
-win32::Handled HistoryWindow::on_mouse(const win32::Message& message)
-{
-    if (message.id == WM_SETCURSOR)
-        return on_set_cursor();
-    const POINT point{GET_X_LPARAM(message.lparam), GET_Y_LPARAM(message.lparam)};
-    const bool is_dragging = GetCapture() == dialog_;
-    if (message.id == WM_LBUTTONDOWN && is_on_splitter(point)) {
-        SetCapture(dialog_);
-        return 0;
-    }
-    if (message.id == WM_MOUSEMOVE && is_dragging) {
-        splitter_ = splitter_position(layout_, static_cast<int>(point.y));
-        lay_out();
-        return 0;
-    }
-    if (message.id == WM_LBUTTONUP && is_dragging) {
-        ReleaseCapture();
-        return 0;
-    }
-    return std::nullopt;
-}
-
 win32::Handled HistoryWindow::on_set_cursor() const
 {
-    POINT point{};
-    GetCursorPos(&point);
-    ScreenToClient(dialog_, &point);
     const wchar_t* cursor = nullptr;
-    if (is_on_splitter(point))
+    if (view_.is_pointer_on_splitter())
         cursor = IDC_SIZENS;
     else if (branches_.is_switching())
         cursor = IDC_APPSTARTING;
@@ -700,70 +657,11 @@ win32::Handled HistoryWindow::on_set_cursor() const
     return TRUE;
 }
 
-bool HistoryWindow::is_on_splitter(POINT client) const
-{
-    if (!IsWindowVisible(list_.window()))
-        return false;
-    const int reach = scale(SPLITTER_REACH, get_dpi(dialog_));
-    RECT area = layout_.splitter;
-    InflateRect(&area, 0, reach);
-    return PtInRect(&area, client) != FALSE;
-}
-
-void HistoryWindow::on_minimum_size(MINMAXINFO& info) const
-{
-    const int dpi = get_dpi(dialog_);
-    info.ptMinTrackSize = {scale(LEAST_SIZE.cx, dpi), scale(LEAST_SIZE.cy, dpi)};
-}
-
-int HistoryWindow::text_width(int control) const
-{
-    const win32::WindowDc dc(dialog_);
-    auto* const font = reinterpret_cast<HFONT>(SendMessageW(dialog_, WM_GETFONT, 0, 0));
-    const win32::SelectedObject selected(dc.get(), font);
-    const std::wstring text = win32::window_text(item(control));
-    SIZE size{};
-    GetTextExtentPoint32W(dc.get(), text.data(), static_cast<int>(text.size()), &size);
-    return size.cx;
-}
-
 void HistoryWindow::lay_out()
 {
-    RECT client{};
-    GetClientRect(dialog_, &client);
-    const int dpi = get_dpi(dialog_);
-    TEXTMETRICW metrics{};
-    {
-        const win32::WindowDc dc(dialog_);
-        const win32::SelectedObject selected(
-            dc.get(), reinterpret_cast<HFONT>(SendMessageW(dialog_, WM_GETFONT, 0, 0)));
-        GetTextMetricsW(dc.get(), &metrics);
-    }
-    const bool has_filter = has_search();
-    layout_ = lay_out_history({.client = {client.right, client.bottom},
-                               .dpi = dpi,
-                               .line_height = metrics.tmHeight,
-                               .button_padding = scale(BUTTON_PADDING, dpi),
-                               .filter_text = text_width(IDC_FILTER),
-                               .clear_text = text_width(IDC_CLEAR_FILTER),
-                               .compare_text = text_width(IDC_COMPARE_WITH_PARENT),
-                               .has_filter = has_filter,
-                               .splitter = splitter_});
-    const bool is_empty = source_->current() == nullptr;
-    using Part = win32::ControlPlacement::Part;
-    const std::array parts{
-        Part{item(IDC_HISTORY_TITLE), layout_.title, true},
-        Part{item(IDC_HISTORY_BRANCH), drop_down_place(item(IDC_HISTORY_BRANCH), layout_.branch),
-             source_->repository().has_value()},
-        Part{item(IDC_FILTER), layout_.filter, !is_empty},
-        Part{item(IDC_CLEAR_FILTER), layout_.clear_filter, !is_empty && has_filter},
-        Part{item(IDC_HISTORY_STATE), layout_.state, !is_empty},
-        Part{item(IDC_COMMIT_LIST), layout_.list, !is_empty},
-        Part{item(IDC_COMMIT_DETAILS), layout_.details, !is_empty},
-        Part{item(IDC_FILES_TREE), layout_.files, !is_empty},
-        Part{item(IDC_COMPARE_WITH_PARENT), layout_.compare, !is_empty},
-        Part{item(IDC_HISTORY_EMPTY), layout_.empty, is_empty}};
-    placement_.apply(parts);
+    view_.lay_out({.has_repository = source_->repository().has_value(),
+                   .has_commits = source_->current() != nullptr,
+                   .has_search = has_search()});
 }
 
 void HistoryWindow::update_state()
