@@ -11,21 +11,6 @@ namespace {
 
 constexpr std::string_view HEAD = "HEAD";
 
-// The branch that HEAD names without there being one; nothing when HEAD cannot be read either.
-std::optional<std::wstring> read_unborn_branch(git_repository* repository)
-{
-    git_reference* found = nullptr;
-    if (git_reference_lookup(&found, repository, HEAD.data()) != 0)
-        return std::nullopt;
-    const git::Reference head(found);
-    constexpr std::string_view branches = "refs/heads/";
-    const char* const name = git_reference_symbolic_target(found);
-    std::string_view target = name != nullptr ? name : "";
-    if (target.starts_with(branches))
-        target.remove_prefix(branches.size());
-    return target.empty() ? std::nullopt : std::optional(win32::to_wide(target));
-}
-
 // A local branch or else a remote-tracking one; null when there is neither.
 git::Reference find_branch(git_repository* repository, const std::string& name)
 {
@@ -88,8 +73,8 @@ void HistorySource::read_references()
     unborn_branch_.reset();
     if (git_repository_head(&found, repository) == 0)
         head.reset(found);
-    else
-        unborn_branch_ = read_unborn_branch(repository);
+    else if (const std::string unborn = git::unborn_branch(repository); !unborn.empty())
+        unborn_branch_ = win32::to_wide(unborn);
     // The branch that is shown may be another than the one that is checked out, and may be gone.
     current_ =
         revision_.empty() || revision_ == HEAD ? nullptr : find_branch(repository, revision_);
