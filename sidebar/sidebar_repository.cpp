@@ -103,6 +103,8 @@ void ChangesSidebar::forget_repository()
         branches_.set_repository(nullptr);
     }
     shown_branch_.reset();
+    // In another repository it is another command.
+    last_command_ = {};
     win32::drain_owned<ChangesResult>(dialog_, WM_REVLANE_CHANGES);
     repository_.reset();
     state_.reset();

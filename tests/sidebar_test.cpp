@@ -775,7 +775,9 @@ TEST(Sidebar, CarriesOutAllThatIsChosenDuringALongCommand)
     const TempRepository remote = repository.add_bare_remote();
     const HangingPushes push(repository);
     repository.write_file("a.txt", "two\n");
-    repository.remove("b.txt");
+    const TempRepository second = with_files();
+    for (const TempRepository* each : {&repository, &second})
+        each->remove("b.txt");
     Panel panel(repository);
     ASSERT_TRUE(panel.agrees_with_git());
     ASSERT_TRUE(panel.wait([&] { return support::is_control_enabled(panel.dialog(), IDC_PUSH); }));
@@ -788,10 +790,16 @@ TEST(Sidebar, CarriesOutAllThatIsChosenDuringALongCommand)
         panel.choose(ID_STAGE);
         panel.driver().pump();
     }
+    // The same in another repository is not the same.
+    panel.open(second.path() / L"a.txt");
+    ASSERT_TRUE(panel.wait([&] { return panel.rows(IDC_CHANGES_LIST).size() == 1; }));
+    panel.select(IDC_CHANGES_LIST, {L"b.txt (deleted)"});
+    panel.choose(ID_STAGE);
+    panel.driver().pump();
     panel.box_after([&] { push.end(); });
-    EXPECT_TRUE(panel.wait_rows(IDC_STAGED_LIST, 2));
-    EXPECT_TRUE(panel.agrees_with_git());
+    EXPECT_TRUE(panel.wait_rows(IDC_STAGED_LIST, 1));
     EXPECT_TRUE(IsWindowEnabled(panel.driver().window()));
+    EXPECT_EQ(repository.git({"status", "--short"}), "M  a.txt\nD  b.txt\n");
 }
 
 TEST(Sidebar, ShowsAnAutomaticFetchThatHangsAndCancelsIt)
