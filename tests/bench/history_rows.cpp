@@ -100,7 +100,7 @@ Run history(const Stage& stage, const wchar_t* repository, const std::string& na
                            "git rev-list --count", count_goal);
     Row& last = table.add("scrolling to the last row, " + name, "git log", 1.0);
     Row& filter = table.add("message filter, first row and all, " + name,
-                            "git log --pretty=%H --grep=TEXT", 1.05);
+                            "git log --pretty=%H --grep=TEXT, its answer read", 1.05);
     const std::filesystem::path folder = stage.repository(repository);
     refresh_index(folder);
     const int commits = count_commits(folder, "HEAD");
@@ -161,7 +161,11 @@ Run history(const Stage& stage, const wchar_t* repository, const std::string& na
         first.git.push_back(page);
         count.git.push_back(time_git(folder, L"rev-list --count HEAD"));
         last.git.push_back(time_git(folder, L"log"));
-        filter.git.push_back(time_git(folder, SEARCH));
+        // Revlane's answer is what git prints as well.
+        std::string answer;
+        filter.git.push_back(time_git(folder, SEARCH, answer));
+        if (count_lines(answer) != found)
+            throw std::runtime_error("git has found something else");
     };
 }
 
