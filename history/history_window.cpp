@@ -67,6 +67,15 @@ bool handle_key(HWND dialog, MSG& message)
     return false;
 }
 
+// Whether a row is selected no longer.
+bool has_lost_selection(const NMHDR& header)
+{
+    if (header.code != LVN_ITEMCHANGED)
+        return false;
+    const auto& change = reinterpret_cast<const NMLISTVIEW&>(header);
+    return (change.uOldState & ~change.uNewState & LVIS_SELECTED) != 0;
+}
+
 // What the window is made with.
 struct Opening {
     HWND frame;
@@ -475,8 +484,13 @@ win32::Handled HistoryWindow::on_notify(NMHDR& header)
         const bool is_selection =
             header.code == LVN_ITEMCHANGED || header.code == LVN_ODSTATECHANGED;
         const LRESULT result = list_.on_notify(header);
-        if (is_selection)
-            EnableWindow(item(IDC_COMPARE_WITH_PARENT), list_.selected_count() == 1);
+        if (is_selection) {
+            const bool has_one = list_.selected_count() == 1;
+            EnableWindow(item(IDC_COMPARE_WITH_PARENT), has_one);
+            // The list tells of rows that become selected. Of several the user has left one.
+            if (has_one && has_lost_selection(header))
+                list_.post_selection();
+        }
         return result;
     }
     if (header.idFrom != IDC_FILES_TREE)

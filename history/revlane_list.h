@@ -76,6 +76,9 @@ public:
     // listed is told in an error box: the host may be gone then.
     void select_commit(const git_oid& id);
 
+    // Tells the host which commit is selected, or that it is not one alone.
+    void post_selection();
+
     // A notification of the list view.
     LRESULT on_notify(NMHDR& header);
 
@@ -119,7 +122,6 @@ private:
     void copy_rows();
     void on_checkout();
     void on_create_branch();
-    void post_selection();
 
     // Fills the list with its first rows.
     git::Result<void> fill();

@@ -306,6 +306,12 @@ TEST_F(History, ShowsTheDetailsOfTheOneSelectedCommit)
     EXPECT_EQ(text(IDC_COMMIT_DETAILS), L"");
     EXPECT_EQ(TreeView_GetCount(tree), 0);
     EXPECT_FALSE(IsWindowEnabled(control(IDC_COMPARE_WITH_PARENT)));
+
+    // And back to one of them.
+    ListView_SetItemState(list_, 0, 0, LVIS_SELECTED);
+    pump();
+    EXPECT_EQ(text(IDC_COMMIT_DETAILS), expected + L" v2");
+    EXPECT_EQ(TreeView_GetCount(tree), 2);
 }
 
 // Details wait for a number of commits that has come, and must not come to stand after later ones.
