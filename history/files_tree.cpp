@@ -146,6 +146,16 @@ POINT FilesTree::keyboard_menu_place() const
     return place;
 }
 
+void FilesTree::toggle_folder()
+{
+    auto* const selected = TreeView_GetSelection(tree_);
+    if (selected == nullptr)
+        return;
+    const bool is_open =
+        (TreeView_GetItemState(tree_, selected, TVIS_EXPANDED) & TVIS_EXPANDED) != 0;
+    TreeView_Expand(tree_, selected, is_open ? TVE_COLLAPSE : TVE_EXPAND);
+}
+
 void FilesTree::select_at_cursor()
 {
     TVHITTESTINFO hit{};

@@ -37,6 +37,8 @@ public:
     [[nodiscard]] std::optional<std::wstring> selected_file() const;
     // Where a menu opens that the keyboard asked for, on the screen: below the selected item.
     [[nodiscard]] POINT keyboard_menu_place() const;
+    // Opens the selected folder, or closes it.
+    void toggle_folder();
     // Selects the item under the mouse, as a right click does.
     void select_at_cursor();
 

@@ -42,6 +42,8 @@ constexpr UINT WM_HISTORY_FILL = WM_APP + 100;
 constexpr UINT WM_HISTORY_PLACE = WM_APP + 101;
 constexpr UINT WM_HISTORY_SHOW = WM_APP + 102;
 constexpr UINT WM_HISTORY_DRAW = WM_APP + 103;
+// The Return key was pressed in the tree of files.
+constexpr UINT WM_HISTORY_TREE_RETURN = WM_APP + 104;
 
 // Asks again and again whether the work that the state line speaks of has ended.
 constexpr UINT_PTR STATE_TIMER = 1;
@@ -51,7 +53,8 @@ constexpr UINT STATE_INTERVAL = 200;  // milliseconds
 constexpr UINT_PTR COUNT_TIMER = 2;
 constexpr UINT COUNT_INTERVAL = 30;  // milliseconds
 
-// The last key of a sequence that the window takes wherever the focus is in it.
+// Takes the keys of the window, wherever the focus is in it, and the Return key of the tree, which a
+// dialog would keep for itself: the tree view never sees it.
 bool handle_key(HWND dialog, MSG& message)
 {
     if (message.message != WM_KEYDOWN)
@@ -62,6 +65,10 @@ bool handle_key(HWND dialog, MSG& message)
     }
     if (message.wParam == 'F' && GetKeyState(VK_CONTROL) < 0) {
         PostMessageW(dialog, WM_COMMAND, IDC_FILTER, 0);
+        return true;
+    }
+    if (message.wParam == VK_RETURN && message.hwnd == GetDlgItem(dialog, IDC_FILES_TREE)) {
+        PostMessageW(dialog, WM_HISTORY_TREE_RETURN, 0, 0);
         return true;
     }
     return false;
@@ -282,6 +289,12 @@ win32::Handled HistoryWindow::on_posted_message(const win32::Message& message)
         return 0;
     case WM_HISTORY_DRAW:
         list_.draw();
+        return 0;
+    case WM_HISTORY_TREE_RETURN:
+        if (commit_.files().selected_file())
+            compare_tree_file();
+        else
+            commit_.files().toggle_folder();
         return 0;
     default:
         return std::nullopt;
@@ -511,9 +524,6 @@ win32::Handled HistoryWindow::on_notify(NMHDR& header)
         // On a folder it opens and closes, as everywhere.
         if (!commit_.files().selected_file())
             return 0;
-        compare_tree_file();
-        return 1;
-    case NM_RETURN:
         compare_tree_file();
         return 1;
     default:

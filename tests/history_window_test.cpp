@@ -731,6 +731,19 @@ TEST_F(History, ComparesFilesOneAfterTheOther)
     const auto says = [&](HTREEITEM item, std::wstring_view reason) {
         EXPECT_NE(box_after([&] { compare(item); }).find(reason), std::wstring::npos);
     };
+    // Return does to a file and to a folder what a double click does.
+    SetFocus(tree);
+    TreeView_SelectItem(tree, b);
+    press(VK_RETURN);
+    EXPECT_EQ(compared, before + 2);
+    TreeView_SelectItem(tree, folder);
+    for (const UINT state : {UINT{TVIS_EXPANDED}, 0U}) {
+        press(VK_RETURN);
+        EXPECT_EQ(TreeView_GetItemState(tree, folder, TVIS_EXPANDED) & TVIS_EXPANDED, state);
+    }
+    TreeView_SelectItem(tree, TreeView_GetChild(tree, folder));
+    press(VK_RETURN);
+    EXPECT_EQ(compared, before + 3);
     says(folder, L"selection count is invalid");
     says(c, L"Files are identical");
     select({0});
