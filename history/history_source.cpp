@@ -62,6 +62,7 @@ void HistorySource::close()
     current_.reset();
     branches_.reset();
     unborn_branch_.reset();
+    head_failure_.reset();
     repository_.reset();
 }
 
@@ -71,10 +72,14 @@ void HistorySource::read_references()
     git_reference* found = nullptr;
     git::Reference head;
     unborn_branch_.reset();
-    if (git_repository_head(&found, repository) == 0)
+    head_failure_.reset();
+    const int code = git_repository_head(&found, repository);
+    if (code == 0)
         head.reset(found);
-    else if (const std::string unborn = git::unborn_branch(repository); !unborn.empty())
-        unborn_branch_ = win32::to_wide(unborn);
+    else if (code == GIT_EUNBORNBRANCH)
+        unborn_branch_ = win32::to_wide(git::unborn_branch(repository));
+    else
+        head_failure_ = git::error_from_libgit2();
     // The branch that is shown may be another than the one that is checked out, and may be gone.
     current_ =
         revision_.empty() || revision_ == HEAD ? nullptr : find_branch(repository, revision_);

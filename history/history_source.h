@@ -2,6 +2,7 @@
 // knows no window. It may be read on one thread and used on another, but not by two at a time.
 #pragma once
 
+#include "git/error.h"
 #include "git/git.h"
 #include "git/handles.h"
 #include "git/references.h"
@@ -45,12 +46,18 @@ public:
     {
         return branches_;
     }
-    // The reference whose commits are listed; null: none, or HEAD is on a branch without a commit.
+    // The reference whose commits are listed; null: none, HEAD is on a branch without a commit, or it
+    // cannot be read.
     [[nodiscard]] const git_reference* current() const noexcept { return current_.get(); }
     // That branch without a commit.
     [[nodiscard]] const std::optional<std::wstring>& unborn_branch() const noexcept
     {
         return unborn_branch_;
+    }
+    // Why HEAD could not be read.
+    [[nodiscard]] const std::optional<git::Error>& head_failure() const noexcept
+    {
+        return head_failure_;
     }
     // The commit that the reference is at; nothing: there is none.
     [[nodiscard]] std::optional<git_oid> start() const;
@@ -68,6 +75,7 @@ private:
     std::optional<git::BranchList> branches_;
     git::Reference current_;
     std::optional<std::wstring> unborn_branch_;
+    std::optional<git::Error> head_failure_;
 };
 
 // A source that has been read, and what its commits begin with; nothing where there are none.

@@ -713,6 +713,8 @@ std::wstring HistoryWindow::empty_text() const
 {
     if (!source_->repository())
         return text_with(IDS_REPOSITORY_GONE, source_->path().native());
+    if (source_->head_failure())
+        return git::to_wide(*source_->head_failure());
     return text_with(IDS_HISTORY_UNBORN, source_->unborn_branch().value_or(L""));
 }
 

@@ -349,6 +349,21 @@ TEST_F(History, AnUnbornBranchIsANormalState)
     EXPECT_TRUE(is_shown(IDC_COMMIT_LIST));
 }
 
+// It must not look like a branch without a commit.
+TEST_F(History, ABranchThatCannotBeReadIsAFailure)
+{
+    repository_.fast_import(straight_line(2));
+    repository_.write_file(".git/refs/heads/main", "no id\n");
+    open();
+    EXPECT_TRUE(is_shown(IDC_HISTORY_EMPTY));
+    EXPECT_EQ(text(IDC_HISTORY_EMPTY), L"corrupted loose reference file: refs/heads/main");
+    repository_.write_file(".git/HEAD", "neither\n");
+    PostMessageW(window_, WM_REVLANE_RELOAD_REFERENCES, 0, 0);
+    pump();
+    EXPECT_EQ(text(IDC_HISTORY_EMPTY), L"corrupted loose reference file: HEAD");
+    EXPECT_EQ(text(IDC_HISTORY_TITLE), repository_.path().wstring());
+}
+
 // ---- Filters ---------------------------------------------------------------------------------------
 
 TEST_F(History, EachFilterFindsWhatTheCommandLineFinds)
