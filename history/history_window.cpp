@@ -127,6 +127,7 @@ private:
     [[nodiscard]] bool has_search() const;
     [[nodiscard]] bool may_find_more() const;
     void search(bool fill_first = false);
+    void return_to_search_in_force(bool has_filter);
     void compare_tree_file();
     [[nodiscard]] ComparisonPlace comparison_place() const;
 
@@ -154,8 +155,10 @@ private:
     bool reload_waits_ = false;
     Filter::State filter_;
     std::wstring file_path_;  // whose history is shown; empty: none
-    std::wstring in_force_;   // what the filter in force looks for, for people
-    RECT place_{};            // on the screen, as the window opens
+    // What the filter in force was asked for with; only as long as there is one.
+    Filter::State filter_in_force_;
+    std::wstring file_path_in_force_;
+    RECT place_{};  // on the screen, as the window opens
     bool opens_maximized_ = false;
     bool is_shown_ = false;
 };
@@ -424,6 +427,8 @@ void HistoryWindow::show_start(bool anew, bool again)
 {
     const std::optional<git_oid> start = source_->start();
     const std::optional<git_oid>& shown = list_.start();
+    const bool has_search_failed = list_.has_search_failed();
+    const bool had_filter = list_.has_filter();
     const bool has_moved =
         start.has_value() != shown.has_value() || (start && !git_oid_equal(&*start, &*shown));
     if (anew)
@@ -440,7 +445,10 @@ void HistoryWindow::show_start(bool anew, bool again)
     // The list may show an error box, during which the window may go.
     const HWND dialog = dialog_;
     const bool is_to_be_filled = anew || has_moved;
-    if (start && has_search() && (is_to_be_filled || again || may_find_more()))
+    const bool is_to_be_searched = is_to_be_filled || again || may_find_more();
+    if (is_to_be_searched && has_search_failed)
+        return_to_search_in_force(had_filter);
+    if (start && has_search() && is_to_be_searched)
         search(is_to_be_filled && !list_.has_filter());
     else if (is_to_be_filled)
         list_.refresh();
@@ -460,6 +468,13 @@ bool HistoryWindow::may_find_more() const
 {
     return !filter_.text.empty() &&
            (filter_.kind == Filter::Kind::Tag || filter_.kind == Filter::Kind::CommitId);
+}
+
+// What has failed would fail again, and say so in a box that nobody has asked for.
+void HistoryWindow::return_to_search_in_force(bool has_filter)
+{
+    filter_ = has_filter ? filter_in_force_ : Filter::State{};
+    file_path_ = has_filter ? file_path_in_force_ : std::wstring();
 }
 
 // Searches for what the user has asked for, after the list was filled without it if `fill_first`.
@@ -690,8 +705,10 @@ void HistoryWindow::lay_out()
 
 void HistoryWindow::update_state()
 {
-    if (list_.has_filter() && list_.is_filter_current())
-        in_force_ = filter_text(filter_, file_path_);
+    if (list_.has_filter() && list_.is_filter_current()) {
+        filter_in_force_ = filter_;
+        file_path_in_force_ = file_path_;
+    }
     const std::wstring name = source_->path().filename().native();
     win32::show_window_text(dialog_, text_with(IDS_HISTORY_TITLE, name));
     win32::show_window_text(item(IDC_HISTORY_TITLE),
@@ -701,7 +718,9 @@ void HistoryWindow::update_state()
                                         .is_searching = list_.is_filtering(),
                                         .is_counting = list_.is_counting(),
                                         .has_filter = list_.has_filter()},
-                                       in_force_));
+                                       list_.has_filter()
+                                           ? filter_text(filter_in_force_, file_path_in_force_)
+                                           : std::wstring()));
     win32::show_window_text(item(IDC_HISTORY_EMPTY), empty_text());
     if (list_.is_filtering() || list_.is_counting())
         SetTimer(dialog_, STATE_TIMER, STATE_INTERVAL, nullptr);

@@ -262,8 +262,7 @@ void RevlaneList::filter(const std::wstring& revision, const Filter::State& stat
         refresh();
         return;
     }
-    search_.cancel();
-    is_filter_current_ = false;
+    end_search();
     if (!repository_)
         return;
     switch (state.kind) {
@@ -299,13 +298,12 @@ void RevlaneList::filter_by_id(const std::wstring& text)
     else if (code == GIT_ENOTFOUND || code == GIT_EAMBIGUOUS)
         post_filtered(std::vector<git_oid>{});
     else
-        win32::show_error(list_, git::to_wide(git::error_from_libgit2()));
+        show_failed_search(git::error_from_libgit2());
 }
 
 void RevlaneList::show_file_history(const std::wstring& path)
 {
-    search_.cancel();
-    is_filter_current_ = false;
+    end_search();
     if (!repository_ || !start_)
         return;
     search_.by_file(list_, repository_->path, *start_, path);
@@ -320,11 +318,25 @@ void RevlaneList::post_filtered(FilterResult result)
 
 void RevlaneList::clear_filter()
 {
-    search_.cancel();
+    end_search();
     // What has been posted meanwhile would put the filter in force again.
     win32::drain_owned<FilterResult>(list_, WM_REVLANE_FILTERED);
     model_->clear_filter();
+}
+
+// Nothing is known of the next one yet.
+void RevlaneList::end_search()
+{
+    search_.cancel();
     is_filter_current_ = false;
+    has_search_failed_ = false;
+}
+
+// The list may be gone afterwards.
+void RevlaneList::show_failed_search(const git::Error& error)
+{
+    has_search_failed_ = true;
+    win32::show_error(list_, git::to_wide(error));
 }
 
 void RevlaneList::on_filtered(WPARAM wparam)
@@ -337,10 +349,11 @@ void RevlaneList::on_filtered(WPARAM wparam)
     // The host says that the search has ended, and how.
     PostMessageW(host_, WM_SIZE, 0, 0);
     if (!*result) {
-        win32::show_error(list_, git::to_wide(result->error()));
+        show_failed_search(result->error());
         return;
     }
     is_filter_current_ = true;
+    has_search_failed_ = false;
     // A search that was run again and found the same leaves the selection alone.
     if (model_->shows_filtered(**result))
         return;

@@ -100,6 +100,8 @@ public:
     // Whether the filter in force is the one that was asked for last: not before its search has
     // ended, and not when that has failed.
     [[nodiscard]] bool is_filter_current() const noexcept { return is_filter_current_; }
+    // Whether the search that was asked for last has failed.
+    [[nodiscard]] bool has_search_failed() const noexcept { return has_search_failed_; }
     [[nodiscard]] UINT selected_count() const noexcept;
     // Whether a search, a checkout or a branch creation runs or waits.
     [[nodiscard]] bool is_busy() const noexcept;
@@ -127,6 +129,8 @@ private:
     git::Result<void> fill();
     void filter_by_id(const std::wstring& text);
     void post_filtered(FilterResult result);
+    void show_failed_search(const git::Error& error);
+    void end_search();
     void cancel_count();
     void insert_columns();
     void fit_columns();
@@ -143,6 +147,7 @@ private:
     std::optional<git::Result<FirstPage>> first_page_;  // belongs to the repository
     std::optional<git_oid> wanted_;                     // to be selected once the count has arrived
     bool is_filter_current_ = false;
+    bool has_search_failed_ = false;
     CommitCount count_;
     CommitSearch search_;
     win32::TaskSlot command_slot_;

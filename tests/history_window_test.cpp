@@ -479,11 +479,28 @@ TEST_F(History, ASearchThatFailsLeavesTheListAndSaysWhy)
     filter(MESSAGE, L"subject 1");
     const std::wstring state = text(IDC_HISTORY_STATE);
     EXPECT_EQ(state, L"4 commits found - message: subject 1");
-    const FailingGit failing(1, L"before");
-    ask_filter(AUTHOR, L"x");
-    EXPECT_FALSE(box_after([] {}).empty());
+    const auto fail = [this] {
+        const FailingGit failing(1, L"before");
+        ask_filter(AUTHOR, L"x");
+        EXPECT_FALSE(box_after([] {}).empty());
+    };
+    fail();
     EXPECT_EQ(count(), 4);
     EXPECT_TRUE(wait_state(state)) << "what is in force is what is named";
+
+    // A refresh goes on with what is in force, be it no filter at all.
+    const auto commit = [this](const char* message) {
+        repository_.script("git reset -q; git commit -q --allow-empty -m '" + std::string(message) +
+                           "'");
+        PostMessageW(window_, WM_REVLANE_RELOAD_REFERENCES, 0, 0);
+    };
+    commit("subject 13");
+    EXPECT_TRUE(wait_state(L"5 commits found - message: subject 1"));
+    send(window_, WM_COMMAND, IDC_CLEAR_FILTER);
+    fail();
+    commit("subject 14");
+    EXPECT_TRUE(wait_state(L"14 commits"));
+    EXPECT_FALSE(is_shown(IDC_CLEAR_FILTER));
 }
 
 TEST_F(History, ASearchCanBeClearedWhileItRuns)
