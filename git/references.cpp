@@ -182,14 +182,14 @@ Result<std::vector<git_oid>> tag_targets_matching(git_repository* repository, st
 
 // Not by git_tag_foreach: that looks each tag up by its name again, one file after the other, although
 // the references were read to find the names.
-Result<TagMap> tag_map(git_repository* repository)
+Result<TagMap> tag_map(git_repository* repository, const std::function<bool()>& is_cancelled)
 {
     git_reference_iterator* created = nullptr;
     if (git_reference_iterator_glob_new(&created, repository, "refs/tags/*") != 0)
         return tl::unexpected(error_from_libgit2());
     const ReferenceIterator iterator(created);
     TagMap tags;
-    for (;;) {
+    while (!(is_cancelled && is_cancelled())) {
         git_reference* next = nullptr;
         const int code = git_reference_next(&next, iterator.get());
         if (code == GIT_ITEROVER)
@@ -207,6 +207,7 @@ Result<TagMap> tag_map(git_repository* repository)
         if (!collected)
             return tl::unexpected(std::move(collected.error()));
     }
+    return tags;
 }
 
 std::optional<git_oid> optional_oid(const git_oid& id) noexcept

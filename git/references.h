@@ -8,6 +8,7 @@
 #include <git2.h>
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -50,7 +51,8 @@ Result<BranchList> list_branches(git_repository* repository);
 // left out.
 Result<std::vector<git_oid>> tag_targets_matching(git_repository* repository,
                                                   std::string_view text);
-Result<TagMap> tag_map(git_repository* repository);
+// `is_cancelled` (may be empty) is asked at each tag; once it says true, those so far are returned.
+Result<TagMap> tag_map(git_repository* repository, const std::function<bool()>& is_cancelled = {});
 
 // The id of all zeros means "none".
 std::optional<git_oid> optional_oid(const git_oid& id) noexcept;

@@ -27,11 +27,8 @@ void CommitView::init(HWND details, HWND files)
 // Not cleared first: that would take as long again.
 void CommitView::show(const git::Repository& repository, const git::Commit& commit)
 {
-    // Not before the first commit is shown: the list is drawn first, and this takes as long for many.
-    if (!references_)
-        references_ = read_reference_map(repository.handle.get()).value_or(ReferenceMap{});
     const git_oid& id = *git_commit_id(commit.get());
-    win32::show_window_text(details_, commit_details_text(commit.get(), *references_,
+    win32::show_window_text(details_, commit_details_text(commit.get(), references_,
                                                           host::load_text(IDS_REFERENCES_HEADING)));
     if (!commit_ || !git_oid_equal(&*commit_, &id))
         files_.show(repository.handle, commit.get());

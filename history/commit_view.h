@@ -11,6 +11,7 @@
 #include <windows.h>
 
 #include <optional>
+#include <utility>
 
 namespace revlane {
 
@@ -19,13 +20,13 @@ public:
     // Binds to the edit control and the tree view. Once.
     void init(HWND details, HWND files);
 
-    // Shows a commit in place of what was shown before. What is open in the tree stays open when it is
-    // the same commit.
+    // Shows a commit in place of what was shown before, with the references that are known to point at
+    // it. What is open in the tree stays open when it is the same commit.
     void show(const git::Repository& repository, const git::Commit& commit);
     // Shows nothing.
     void clear();
-    // The references have changed: they are read anew with the next commit that is shown.
-    void forget_references() noexcept { references_.reset(); }
+    // What points at which commit, for the next that is shown.
+    void set_references(ReferenceMap references) { references_ = std::move(references); }
 
     // The commit that is shown.
     [[nodiscard]] const std::optional<git_oid>& commit() const noexcept { return commit_; }
@@ -35,7 +36,7 @@ private:
     HWND details_ = nullptr;
     FilesTree files_;
     std::optional<git_oid> commit_;
-    std::optional<ReferenceMap> references_;
+    ReferenceMap references_;
 };
 
 }  // namespace revlane

@@ -13,6 +13,7 @@
 #include "history/history_source.h"
 #include "history/history_texts.h"
 #include "history/history_view.h"
+#include "history/reference_reading.h"
 #include "history/revlane_list.h"
 #include "history/window_placement.h"
 #include "plugin/host/editor.h"
@@ -109,6 +110,8 @@ private:
     win32::Handled on_command(UINT id, UINT code);
     win32::Handled on_set_cursor() const;
     void on_selection(std::unique_ptr<Selection> selection);
+    void show_commit(const git::Commit& commit);
+    void on_references(ReferenceMap references);
     void wait_for_count();
     void carry_on();
     void on_command_result(std::unique_ptr<git::CommandResult> result);
@@ -146,10 +149,13 @@ private:
     win32::WorkPool count_pool_;
     win32::WorkPool filter_pool_;
     win32::WorkPool command_pool_;
+    win32::WorkPool references_pool_;
     HistoryView view_;
     BranchesDropdown branches_;
     RevlaneList list_;
     CommitView commit_;
+    ReferenceReading references_{references_pool_};
+    bool references_are_old_ = true;
     // What waits for the number of commits, which is shown in less time.
     std::unique_ptr<Selection> waiting_selection_;
     bool reload_waits_ = false;
@@ -174,7 +180,7 @@ HistoryWindow::HistoryWindow(const Opening& opening)
 HistoryWindow::~HistoryWindow()
 {
     filters_->shutdown();
-    end_work(*commands_, {&count_pool_, &filter_pool_, &command_pool_});
+    end_work(*commands_, {&count_pool_, &filter_pool_, &command_pool_, &references_pool_});
 }
 
 win32::Handled HistoryWindow::handle(const win32::Message& message)
@@ -224,6 +230,7 @@ win32::Handled HistoryWindow::handle(const win32::Message& message)
         return std::nullopt;
     case WM_NCDESTROY:
         remove_modeless_dialog(dialog_);
+        references_.cancel();
         win32::drain_owned<git::CommandResult>(dialog_, WM_REVLANE_COMMAND_RESULT);
         win32::drain_owned<Selection>(dialog_, WM_REVLANE_SELECTION);
         return std::nullopt;
@@ -280,6 +287,10 @@ win32::Handled HistoryWindow::on_posted_message(const win32::Message& message)
         return 0;
     case WM_REVLANE_RELOAD_REFERENCES:
         on_reload();
+        return 0;
+    case WM_HISTORY_REFERENCES:
+        if (auto references = win32::take_owned<ReferenceMap>(message.wparam))
+            on_references(std::move(*references));
         return 0;
     case WM_HISTORY_FILL:
         on_fill();
@@ -375,7 +386,9 @@ void HistoryWindow::show_no_repository()
 {
     branches_.set_repository(nullptr);
     waiting_selection_.reset();
-    commit_.forget_references();
+    references_.cancel();
+    references_are_old_ = true;
+    commit_.set_references({});
     commit_.clear();
 }
 
@@ -383,7 +396,7 @@ void HistoryWindow::show_no_repository()
 void HistoryWindow::reload()
 {
     const bool had_repository = source_->repository().has_value();
-    commit_.forget_references();
+    references_are_old_ = true;
     if (source_->read())
         fill_branches();
     else
@@ -440,7 +453,7 @@ void HistoryWindow::show_start(bool anew, bool again)
         // The references at the commit may have changed. One that is gone stays on view.
         if (const auto commit =
                 git::lookup_commit(source_->repository()->handle.get(), *commit_.commit()))
-            commit_.show(*source_->repository(), *commit);
+            show_commit(*commit);
     }
     // The list may show an error box, during which the window may go.
     const HWND dialog = dialog_;
@@ -638,11 +651,29 @@ void HistoryWindow::on_selection(std::unique_ptr<Selection> selection)
     const git::Result<git::Commit> commit =
         git::lookup_commit(source_->repository()->handle.get(), selection->id);
     if (commit) {
-        commit_.show(*source_->repository(), *commit);
+        show_commit(*commit);
         return;
     }
     commit_.clear();
     win32::show_error(dialog_, git::to_wide(commit.error()));
+}
+
+// The references are read when the first commit is shown: the list is drawn by then.
+void HistoryWindow::show_commit(const git::Commit& commit)
+{
+    commit_.show(*source_->repository(), commit);
+    if (std::exchange(references_are_old_, false))
+        references_.start(dialog_, source_->path());
+}
+
+void HistoryWindow::on_references(ReferenceMap references)
+{
+    commit_.set_references(std::move(references));
+    if (!commit_.commit() || !source_->repository())
+        return;
+    if (const auto commit =
+            git::lookup_commit(source_->repository()->handle.get(), *commit_.commit()))
+        show_commit(*commit);
 }
 
 void HistoryWindow::wait_for_count()

@@ -7,13 +7,14 @@ namespace revlane {
 
 namespace {
 
-git::Result<void> add_branches(git_repository* repository, git_branch_t kind, ReferenceMap& map)
+git::Result<void> add_branches(git_repository* repository, git_branch_t kind,
+                               const std::function<bool()>& is_cancelled, ReferenceMap& map)
 {
     git_branch_iterator* iterator = nullptr;
     if (git_branch_iterator_new(&iterator, repository, kind) != 0)
         return tl::unexpected(git::error_from_libgit2());
     const git::BranchIterator owned(iterator);
-    while (true) {
+    while (!(is_cancelled && is_cancelled())) {
         git_reference* branch = nullptr;
         git_branch_t found{};
         const int code = git_branch_next(&branch, &found, iterator);
@@ -25,18 +26,20 @@ git::Result<void> add_branches(git_repository* repository, git_branch_t kind, Re
         if (const git::Result<git_oid> target = git::reference_target(branch))
             map[*target].push_back(git::reference_display_name(branch));
     }
+    return {};
 }
 
 }  // namespace
 
-git::Result<ReferenceMap> read_reference_map(git_repository* repository)
+git::Result<ReferenceMap> read_reference_map(git_repository* repository,
+                                             const std::function<bool()>& is_cancelled)
 {
     ReferenceMap map;
     for (const git_branch_t kind : {GIT_BRANCH_LOCAL, GIT_BRANCH_REMOTE}) {
-        if (git::Result<void> added = add_branches(repository, kind, map); !added)
+        if (git::Result<void> added = add_branches(repository, kind, is_cancelled, map); !added)
             return tl::unexpected(std::move(added.error()));
     }
-    git::Result<git::TagMap> tags = git::tag_map(repository);
+    git::Result<git::TagMap> tags = git::tag_map(repository, is_cancelled);
     if (!tags)
         return tl::unexpected(std::move(tags.error()));
     for (auto& [commit, names] : *tags) {

@@ -6,6 +6,7 @@
 
 #include <git2.h>
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -17,7 +18,8 @@ namespace revlane {
 using ReferenceMap = std::map<git_oid, std::vector<std::string>, git::OidLess>;
 
 // Reads all references of the repository, on its thread. References that lead to no commit are left
-// out.
-git::Result<ReferenceMap> read_reference_map(git_repository* repository);
+// out. `is_cancelled` (may be empty) is asked at each; once it says true, those so far are returned.
+git::Result<ReferenceMap> read_reference_map(git_repository* repository,
+                                             const std::function<bool()>& is_cancelled = {});
 
 }  // namespace revlane

@@ -255,7 +255,8 @@ void take_history(const Album& album)
     const HWND list = GetDlgItem(history, IDC_COMMIT_LIST);
     select_rows(history, IDC_COMMIT_LIST, {3});
     SetFocus(list);
-    stage.wait([&] { return !control_text(history, IDC_COMMIT_DETAILS).empty(); },
+    // The references of the commit come last.
+    stage.wait([&] { return control_text(history, IDC_COMMIT_DETAILS).ends_with(L"v1.2"); },
                "for the details");
     stage.save("history", history);
     stage.save_context_menu("history-menu", history, list);
