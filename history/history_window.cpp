@@ -27,6 +27,7 @@
 
 #include <commctrl.h>
 
+#include <exception>
 #include <filesystem>
 #include <future>
 #include <memory>
@@ -335,14 +336,23 @@ LRESULT HistoryWindow::on_init(HWND dialog)
 
 void HistoryWindow::on_fill()
 {
-    HistoryBeginning beginning = beginning_.get();
-    source_ = std::move(beginning.source);
+    HistoryBeginning beginning;
+    std::exception_ptr failure;
+    try {
+        beginning = beginning_.get();
+        source_ = std::move(beginning.source);
+    } catch (...) {
+        // Told once the list can do its work: the user may try again.
+        failure = std::current_exception();
+    }
     // The commits before all else: they are counted while the rest is placed and drawn. An error box
     // may stand, during which the window may go.
     list_.set_repository(source_->repository());
     list_.set_start(source_->start());
     list_.set_first_page(std::move(beginning.page));
     list_.init(dialog_);
+    if (failure)
+        std::rethrow_exception(failure);
 }
 
 void HistoryWindow::on_place()

@@ -60,8 +60,8 @@
 #define IDS_NO_UPSTREAM_TIP 1024     // of pull: "The branch has no upstream to pull from"
 #define IDS_CANCELLED 1025           // in the status bar: "Cancelled"
 #define IDS_STATUS_TOO_SLOW 1026     // {} seconds after which the status command was ended
-#define IDS_OWN_REPOSITORY 1027      // {} folder: a repository of its own, of which no file is shown
-#define IDS_FAILED_SILENTLY 1028     // {} command of git that failed without a word
+#define IDS_OWN_REPOSITORY 1027   // {} folder: a repository of its own, of which no file is shown
+#define IDS_FAILED_SILENTLY 1028  // {} command of git that failed without a word
 
 // Of the branches; {} is a place for a value.
 #define IDS_DELETE_REMOTE_QUESTION 1050  // {} branch, {} remote
