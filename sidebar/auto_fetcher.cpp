@@ -90,16 +90,18 @@ void AutoFetcher::loop(HWND window, git::Git& registry, Context& context, std::u
         return;
     context.stop_ = false;
     while (true) {
-        if (const std::optional<std::filesystem::path> path = context.path_) {
+        const std::optional<std::filesystem::path> path = context.path_;
+        if (path) {
             context.fetching_since_ = context.now_();
             lock.unlock();
             (void)git::fetch(git::CommandContext{*path, registry});
             lock.lock();
             context.fetching_since_.reset();
-            if (window != nullptr)
-                PostMessageW(window, WM_REVLANE_TASK_DONE, 0, 0);
         }
+        // Set before the window is told: the interval begins with the answer.
         const Clock::time_point deadline = next_deadline(context.now_());
+        if (path && window != nullptr)
+            PostMessageW(window, WM_REVLANE_TASK_DONE, 0, 0);
         for (auto now = context.now_(); !context.stop_ && now < deadline; now = context.now_())
             context.wake_.wait_for(lock, deadline - now);
         if (context.stop_)
