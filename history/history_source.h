@@ -32,8 +32,6 @@ public:
     void show(std::string revision);
     // Turns to another repository, and to the branch that is checked out there. Not read yet.
     void turn_to(std::filesystem::path path);
-    // Lets go of the repository and of what was read from it.
-    void close();
 
     [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
     // Nothing when it is not there any more.
@@ -67,6 +65,8 @@ public:
     [[nodiscard]] std::wstring revision_argument() const;
 
 private:
+    // Lets go of the repository and of what was read from it.
+    void close();
     void read_references();
 
     std::filesystem::path path_;
