@@ -10,12 +10,8 @@
 #include <shellapi.h>
 
 #include <algorithm>
-#include <atomic>
 #include <functional>
 #include <mutex>
-#include <new>
-#include <system_error>
-#include <thread>
 #include <utility>
 
 namespace git {
@@ -26,17 +22,14 @@ using namespace std::chrono_literals;
 
 // Of the pipes and of one read.
 constexpr DWORD CHUNK_SIZE = 65536;
-// A child that has closed its stream is about to end: how long to wait for that between two looks.
-constexpr DWORD END_WAIT_MS = 5;
-// A child may write line by line, and is held up by whoever reads as often. So what comes in pieces
-// smaller than this is read no more often than that: by then more has come, or the child has ended.
-constexpr std::size_t SMALL_PIECE = 4096;
-constexpr DWORD PIECES_WAIT_MS = 20;
+// The pauses between two looks at a child that prints nothing, or in small pieces: they grow up to the
+// longest, at which a child begins. A child that writes line by line is held up by whoever reads as often.
+constexpr DWORD SHORTEST_PAUSE_MS = 1;
+constexpr DWORD LONGEST_PAUSE_MS = 20;
+// Behind a piece as large as this more is waiting already, or will be soon.
+constexpr std::size_t LARGE_PIECE = 4096;
 // How long a stream is read on after the child has ended because something else still holds it.
 constexpr auto ABANDONED_AFTER = 1s;
-// The pauses between two looks at the stream that is not wanted: they grow while nothing comes.
-constexpr DWORD SHORTEST_PAUSE_MS = 1;
-constexpr DWORD LONGEST_PAUSE_MS = 32;
 
 // A hash in text form and its line feed.
 constexpr std::size_t RECORD_SIZE = GIT_OID_SHA1_HEXSIZE + 1;
@@ -77,128 +70,66 @@ bool has_ended_within(const RunningGit& running, DWORD milliseconds) noexcept
     return WaitForSingleObject(running.process.get(), milliseconds) == WAIT_OBJECT_0;
 }
 
-// Appends what waits in the pipe; never blocks. Returns whether anything did.
-bool read_available(HANDLE pipe, std::string& text)
+// Whether a read would not block: bytes wait, or there is nothing to come any more.
+bool can_read_at_once(HANDLE pipe) noexcept
 {
     DWORD available = 0;
-    if (!PeekNamedPipe(pipe, nullptr, 0, nullptr, &available, nullptr) || available == 0)
-        return false;
-    const std::size_t old_size = text.size();
-    text.resize(old_size + available);
-    DWORD count = 0;
-    if (!ReadFile(pipe, text.data() + old_size, available, &count, nullptr))
-        count = 0;
-    text.resize(old_size + count);
-    return count > 0;
+    return !PeekNamedPipe(pipe, nullptr, 0, nullptr, &available, nullptr) || available > 0;
 }
 
-// Stands by while one stream of a child is read by blocking reads, on a thread of its own: empties
-// the other stream, so that the child never waits for a reader of it, and cancels the blocked read
-// once nothing more may be waited for.
-class ReadCompanion {
-public:
-    // `running` and `run` outlive it; of `running` only the other stream's part is touched. Throws
-    // std::system_error when Windows has no thread or no event to give.
-    ReadCompanion(RunningGit& running, Stream stream, const Git::Run& run)
-        : running_(running), pipe_(pipe_of(running, stream)), other_(other_than(stream)), run_(run),
-          stop_(create_event()), thread_([this] { stand_by(); })
-    {
-    }
-    ~ReadCompanion()
-    {
-        SetEvent(stop_.get());
-        thread_.join();
-    }
-    ReadCompanion(const ReadCompanion&) = delete;
-    ReadCompanion& operator=(const ReadCompanion&) = delete;
-
-    // The child ended a while ago and something else still holds the pipe.
-    [[nodiscard]] bool is_abandoned() const noexcept { return abandoned_; }
-
-private:
-    static win32::KernelHandle create_event()
-    {
-        win32::KernelHandle event(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-        if (!event)
-            throw std::system_error(static_cast<int>(GetLastError()), std::system_category());
-        return event;
-    }
-
-    void stand_by()
-    {
-        DWORD pause = SHORTEST_PAUSE_MS;
-        do {
-            pause =
-                empty_other_stream() ? SHORTEST_PAUSE_MS : std::min(pause * 2, LONGEST_PAUSE_MS);
-            look_at_the_end();
-            // Repeated until the reader is through: the first call may have come just before it
-            // entered its read.
-            if (abandoned_ || run_.was_ended())
-                CancelIoEx(pipe_, nullptr);
-        } while (WaitForSingleObject(stop_.get(), pause) == WAIT_TIMEOUT);
-    }
-
-    void look_at_the_end() noexcept
-    {
-        if (!running_.ended_at) {
-            if (has_ended_within(running_, 0))
-                running_.ended_at = std::chrono::steady_clock::now();
-        } else if (std::chrono::steady_clock::now() - *running_.ended_at >= ABANDONED_AFTER) {
-            abandoned_ = true;
-        }
-    }
-
-    // Returns whether anything had come.
-    bool empty_other_stream()
-    {
-        try {
-            return read_available(pipe_of(running_, other_),
-                                  running_.read_beside[index_of(other_)]);
-        } catch (const std::bad_alloc&) {
-            return false;  // the child waits, and the wanted stream may still come to its end
-        }
-    }
-
-    RunningGit& running_;
-    HANDLE pipe_;
-    Stream other_;
-    const Git::Run& run_;
-    std::atomic<bool> abandoned_ = false;
-    win32::KernelHandle stop_;
-    std::thread thread_;  // last: it uses the others
+// Whether the child has ended, and has left whatever still holds its streams enough time.
+struct End {
+    bool has_come = false;
+    bool is_long_ago = false;
 };
+
+End look_at_the_end(RunningGit& running) noexcept
+{
+    const auto now = std::chrono::steady_clock::now();
+    if (!running.ended_at && has_ended_within(running, 0))
+        running.ended_at = now;
+    return {running.ended_at.has_value(),
+            running.ended_at && now - *running.ended_at >= ABANDONED_AFTER};
+}
 
 using OnChunk = std::function<Result<void>()>;
 
-// The loop of read_stream: until the child has ended and nothing more comes.
-Result<void> read_to_the_end(RunningGit& running, Stream stream, const Git::Run& run,
-                             const ReadCompanion& companion, std::string& buffer,
-                             const OnChunk& on_chunk)
+// What one look at a child has given.
+struct Look {
+    std::size_t count = 0;  // bytes of both streams
+    bool is_done = false;   // the wanted stream and the child are at their end
+};
+
+// Reads at most one chunk of each stream. It never blocks: a stream is read only when something waits,
+// and the other one too, so that the child never waits for a reader of it.
+Result<Look> look(RunningGit& running, Stream stream, const Git::Run& run, std::string& buffer,
+                  const OnChunk& on_chunk)
 {
-    const HANDLE pipe = pipe_of(running, stream);
-    for (;;) {
-        // Asked before the read, so that nothing the child wrote last is missed.
-        const bool had_ended = has_ended_within(running, 0);
-        const Result<std::size_t> count = read_chunk(pipe, buffer, run);
-        if (run.was_ended())
-            return tl::unexpected(run_was_ended());
-        if (companion.is_abandoned()) {
-            read_available(pipe, buffer);
-            return on_chunk();
-        }
-        if (!count)
-            return tl::unexpected(count.error());
-        if (*count > 0) {
-            if (Result<void> taken = on_chunk(); !taken)
-                return taken;
-            if (*count < SMALL_PIECE && !had_ended)
-                has_ended_within(running, PIECES_WAIT_MS);
-        } else if (had_ended) {
-            return {};
-        } else {
-            has_ended_within(running, END_WAIT_MS);
-        }
+    const Stream other = other_than(stream);
+    // Asked before the reads, so that nothing the child wrote last is missed.
+    const End end = look_at_the_end(running);
+    Look seen;
+    if (can_read_at_once(pipe_of(running, other))) {
+        if (const auto beside =
+                read_chunk(pipe_of(running, other), running.read_beside[index_of(other)], run))
+            seen.count += *beside;
     }
+    const bool can_read = can_read_at_once(pipe_of(running, stream));
+    Result<std::size_t> count = 0;
+    if (can_read)
+        count = read_chunk(pipe_of(running, stream), buffer, run);
+    if (run.was_ended())
+        return tl::unexpected(run_was_ended());
+    if (!count)
+        return tl::unexpected(std::move(count).error());
+    seen.count += *count;
+    if (*count > 0) {
+        if (Result<void> taken = on_chunk(); !taken)
+            return tl::unexpected(std::move(taken).error());
+    }
+    const bool is_at_end = can_read && *count == 0;
+    seen.is_done = end.has_come && (is_at_end || end.is_long_ago);
+    return seen;
 }
 
 // Reads `stream` into `buffer`; `on_chunk` is called each time that something came, and its failure
@@ -209,11 +140,22 @@ Result<void> read_stream(RunningGit& running, Stream stream, const Git::Run& run
     buffer = std::exchange(running.read_beside[index_of(stream)], {});
     if (Result<void> taken = on_chunk(); !taken)
         return taken;
-    try {
-        const ReadCompanion companion(running, stream, run);
-        return read_to_the_end(running, stream, run, companion, buffer, on_chunk);
-    } catch (const std::system_error& no_thread) {
-        return tl::unexpected(Error::own(no_thread.what()));
+    DWORD pause = LONGEST_PAUSE_MS;
+    for (;;) {
+        const Result<Look> seen = look(running, stream, run, buffer, on_chunk);
+        if (!seen)
+            return tl::unexpected(seen.error());
+        if (seen->is_done)
+            return {};
+        if (seen->count >= LARGE_PIECE) {
+            pause = SHORTEST_PAUSE_MS;
+            continue;
+        }
+        if (!running.ended_at)
+            has_ended_within(running, pause);
+        else if (seen->count == 0)
+            Sleep(pause);
+        pause = std::min(pause * 2, LONGEST_PAUSE_MS);
     }
 }
 

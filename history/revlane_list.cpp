@@ -38,6 +38,9 @@ namespace {
 // not missed.
 constexpr std::chrono::milliseconds EXPECTED_COUNT{50};
 
+// Of the list to itself: draws the rows that a search has found.
+constexpr UINT WM_COMMITS_DRAW = WM_APP + 120;
+
 // The columns in the order of the control.
 enum Column : int { COLUMN_SUMMARY, COLUMN_AUTHOR, COLUMN_DATE, COLUMN_ID };
 constexpr std::array<UINT, 4> COLUMN_TITLES{IDS_COLUMN_SUMMARY, IDS_COLUMN_AUTHOR, IDS_COLUMN_DATE,
@@ -157,6 +160,11 @@ void RevlaneList::set_first_page(std::optional<git::Result<FirstPage>> page)
 void RevlaneList::refresh()
 {
     cancel_count();
+    // What a search has found is drawn by a message of its own, ahead of the one that asks for details:
+    // no count waits for it.
+    const bool is_drawn_later = model_->has_filter();
+    if (is_drawn_later)
+        PostMessageW(list_, WM_COMMITS_DRAW, 0, 0);
     const git::Result<void> filled = [this] {
         const RedrawPause pause(list_);
         // Put on again before the control is drawn, when it may change its size.
@@ -164,7 +172,8 @@ void RevlaneList::refresh()
         SendMessageW(list_, LVM_DELETEALLITEMS, 0, 0);
         return fill();
     }();
-    draw();
+    if (!is_drawn_later)
+        draw();
     // Only now: the walk of the count and the drawing would hold each other up.
     if (filled && !model_->has_filter() && model_->has_walk())
         count_revisions();
@@ -511,6 +520,9 @@ win32::Handled RevlaneList::handle(const win32::Message& message)
         return 0;
     case WM_REVLANE_FILTERED:
         on_filtered(message.wparam);
+        return 0;
+    case WM_COMMITS_DRAW:
+        draw();
         return 0;
     case WM_NCDESTROY:
         cancel_count();

@@ -27,6 +27,8 @@ constexpr wchar_t SEARCHED_TEXT[] = L"Mend the rare case";
 constexpr char OTHER_BRANCH[] = "origin/main";
 constexpr int ID_COLUMN = 3;
 constexpr std::size_t ID_DIGITS = 40;
+// The times of one search differ by a quarter from those of the next.
+constexpr int SEARCHES_IN_A_RUN = 3;
 constexpr wchar_t SEARCH[] = L"log --pretty=%H --grep=\"Mend the rare case\" HEAD";
 
 // The list is filled before its window is shown.
@@ -81,6 +83,22 @@ std::optional<int> branch_row(const Stage& stage)
                                 : std::nullopt;
 }
 
+// Searches by way of the filter dialog; the time at which that is answered.
+Clock::time_point search_messages(const Stage& stage)
+{
+    Clock::time_point answered{};
+    // The dialog keeps the thread in its own loop.
+    const support::WindowWatch answer(is_filter_dialog, [&answered](HWND dialog) {
+        SetDlgItemTextW(dialog, IDC_FILTER_TEXT, SEARCHED_TEXT);
+        CheckRadioButton(dialog, IDC_FILTER_MESSAGE, IDC_FILTER_TAG, IDC_FILTER_MESSAGE);
+        answered = Clock::now();
+        SendMessageW(dialog, WM_COMMAND, IDOK, 0);
+    });
+    support::choose(support::window_with(IDC_COMMIT_LIST), IDC_FILTER);
+    stage.watch.observe_from(Clock::now(), [&] { return answer.has_acted(); });
+    return answered;
+}
+
 int count_lines(const std::string& text)
 {
     return static_cast<int>(std::count(text.begin(), text.end(), '\n'));
@@ -101,6 +119,8 @@ Run history(const Stage& stage, const wchar_t* repository, const std::string& na
     Row& last = table.add("scrolling to the last row, " + name, "git log", 1.0);
     Row& filter = table.add("message filter, first row and all, " + name,
                             "git log --pretty=%H --grep=TEXT, its answer read", 1.05);
+    Row& filter_drawn = table.add("the same until it is drawn, " + name,
+                                  "git log --pretty=%H --grep=TEXT, its answer read", std::nullopt);
     const std::filesystem::path folder = stage.repository(repository);
     refresh_index(folder);
     const int commits = count_commits(folder, "HEAD");
@@ -111,8 +131,8 @@ Run history(const Stage& stage, const wchar_t* repository, const std::string& na
         support::run_git(folder, {"log", "--pretty=%H", "--grep=Mend the rare case"}).output);
     if (commits <= FIRST_ROWS || others <= FIRST_ROWS || others == commits || found == 0)
         throw std::runtime_error("the history is not as it was made");
-    return [stage, &opened, &drawn, &first, &count, &last, &filter, folder, commits, others, other,
-            found] {
+    return [stage, &opened, &drawn, &first, &count, &last, &filter, &filter_drawn, folder, commits,
+            others, other, found] {
         stage.activate(folder);
         stage.watch.settle();
         const Clock::time_point clicked = Clock::now();
@@ -126,23 +146,25 @@ Run history(const Stage& stage, const wchar_t* repository, const std::string& na
         last.revlane.push_back(stage.watch.observe(
             [] { PostMessageW(commit_list(), WM_KEYDOWN, VK_END, 0); }, shows_last_row));
 
-        Clock::time_point answered{};
-        {
-            // The dialog keeps the thread in its own loop.
-            const support::WindowWatch answer(is_filter_dialog, [&answered](HWND dialog) {
-                SetDlgItemTextW(dialog, IDC_FILTER_TEXT, SEARCHED_TEXT);
-                CheckRadioButton(dialog, IDC_FILTER_MESSAGE, IDC_FILTER_TAG, IDC_FILTER_MESSAGE);
-                answered = Clock::now();
-                SendMessageW(dialog, WM_COMMAND, IDOK, 0);
-            });
-            support::choose(support::window_with(IDC_COMMIT_LIST), IDC_FILTER);
-            stage.watch.observe_from(Clock::now(), [&] { return answer.has_acted(); });
+        // Both in the same state of the machine: git is faster by some milliseconds right after what the
+        // other rows have it do for seconds.
+        for (int i = 0; i < SEARCHES_IN_A_RUN; ++i) {
+            const Clock::time_point answered = search_messages(stage);
+            // Found once: looking for the window keeps Wine's server from answering git.
+            const HWND list = commit_list();
+            filter.revlane.push_back(stage.watch.observe_from(
+                answered, [&] { return ListView_GetItemCount(list) == found; }));
+            filter_drawn.revlane.push_back(stage.watch.observe_from(answered, shows_rows));
+            support::choose(support::window_with(IDC_COMMIT_LIST), IDC_CLEAR_FILTER);
+            stage.watch.observe_from(Clock::now(), [&] { return commit_rows() == commits; });
+            stage.watch.settle();
+            // Revlane's answer is what git prints as well.
+            std::string answer;
+            filter.git.push_back(time_git(folder, SEARCH, answer));
+            filter_drawn.git.push_back(filter.git.back());
+            if (count_lines(answer) != found)
+                throw std::runtime_error("git has found something else");
         }
-        filter.revlane.push_back(stage.watch.observe_from(
-            answered, [&] { return commit_rows() == found && shows_rows(); }));
-        support::choose(support::window_with(IDC_COMMIT_LIST), IDC_CLEAR_FILTER);
-        stage.watch.observe_from(Clock::now(), [&] { return commit_rows() == commits; });
-        stage.watch.settle();
 
         stage.watch.observe_from(Clock::now(), [&] { return branch_row(stage).has_value(); });
         support::select_only(stage.control(IDC_BRANCHES_LIST), {*branch_row(stage)});
@@ -161,11 +183,6 @@ Run history(const Stage& stage, const wchar_t* repository, const std::string& na
         first.git.push_back(page);
         count.git.push_back(time_git(folder, L"rev-list --count HEAD"));
         last.git.push_back(time_git(folder, L"log"));
-        // Revlane's answer is what git prints as well.
-        std::string answer;
-        filter.git.push_back(time_git(folder, SEARCH, answer));
-        if (count_lines(answer) != found)
-            throw std::runtime_error("git has found something else");
     };
 }
 
