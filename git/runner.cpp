@@ -149,13 +149,14 @@ Result<void> read_stream(RunningGit& running, Stream stream, const Git::Run& run
             return {};
         if (seen->count >= LARGE_PIECE) {
             pause = SHORTEST_PAUSE_MS;
-            continue;
+        } else if (!running.ended_at && has_ended_within(running, pause)) {
+            // Its streams end with it, or a moment later.
+            pause = SHORTEST_PAUSE_MS;
+        } else {
+            if (running.ended_at && seen->count == 0)
+                Sleep(pause);
+            pause = std::min(pause * 2, LONGEST_PAUSE_MS);
         }
-        if (!running.ended_at)
-            has_ended_within(running, pause);
-        else if (seen->count == 0)
-            Sleep(pause);
-        pause = std::min(pause * 2, LONGEST_PAUSE_MS);
     }
 }
 
