@@ -32,15 +32,12 @@ function(revlane_compile_options target)
         NOMINMAX WIN32_LEAN_AND_MEAN STRICT
         # Windows 10 is the oldest system that the plug-in runs on.
         WINVER=0x0A00 _WIN32_WINNT=0x0A00)
-    # Sections begin at a page of the file, so that Wine's loader maps them, of which only the pages that
-    # are used take memory, where it would have to read them.
-    set(page_size 4096)
     if(MSVC)
         set(options /W4 /WX /utf-8 /permissive- /Zc:__cplusplus /EHsc
             /external:anglebrackets /external:W0)
         target_compile_options(${target} PRIVATE "$<$<COMPILE_LANGUAGE:CXX>:${options}>")
         target_compile_definitions(${target} PRIVATE _CRT_SECURE_NO_WARNINGS)
-        target_link_options(${target} PRIVATE /Brepro /FILEALIGN:${page_size})
+        target_link_options(${target} PRIVATE /Brepro)
         return()
     endif()
     set(warnings
@@ -60,6 +57,5 @@ function(revlane_compile_options target)
         -static
         -Wl,--gc-sections
         -Wl,--no-insert-timestamp
-        -Wl,--file-alignment,${page_size}
         -Wl,--dynamicbase,--nxcompat,--high-entropy-va)
 endfunction()
