@@ -147,10 +147,8 @@ Result<void> read_stream(RunningGit& running, Stream stream, const Git::Run& run
             return tl::unexpected(seen.error());
         if (seen->is_done)
             return {};
-        if (seen->count >= LARGE_PIECE) {
-            pause = SHORTEST_PAUSE_MS;
-        } else if (!running.ended_at && has_ended_within(running, pause)) {
-            // Its streams end with it, or a moment later.
+        // There is more, or the last: the streams end with the child, or a moment later.
+        if (seen->count >= LARGE_PIECE || (!running.ended_at && has_ended_within(running, pause))) {
             pause = SHORTEST_PAUSE_MS;
         } else {
             if (running.ended_at && seen->count == 0)
