@@ -9,6 +9,16 @@
 
 namespace git {
 
+namespace {
+
+// How much of the packs is held in memory, and in what pieces. By itself libgit2 maps a pack whole, and
+// a walk through the history then holds all of it. But it reads near where it read last: a few pieces
+// serve it as well. (A single one would not: a delta and its base would take turns in it.)
+constexpr std::size_t PACK_PIECE = 2 * 1024 * 1024;
+constexpr std::size_t MOST_OF_PACKS = 8 * PACK_PIECE;
+
+}  // namespace
+
 Git::~Git()
 {
     shutdown();
@@ -100,7 +110,9 @@ void begin_library() noexcept
     // nothing and given back one by one.
     static const int set =
         git_libgit2_opts(GIT_OPT_ENABLE_STRICT_HASH_VERIFICATION, 0) +
-        git_libgit2_opts(GIT_OPT_SET_CACHE_OBJECT_LIMIT, GIT_OBJECT_COMMIT, std::size_t{0});
+        git_libgit2_opts(GIT_OPT_SET_CACHE_OBJECT_LIMIT, GIT_OBJECT_COMMIT, std::size_t{0}) +
+        git_libgit2_opts(GIT_OPT_SET_MWINDOW_SIZE, PACK_PIECE) +
+        git_libgit2_opts(GIT_OPT_SET_MWINDOW_MAPPED_LIMIT, MOST_OF_PACKS);
     static_cast<void>(set);
 }
 
