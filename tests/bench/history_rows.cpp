@@ -146,8 +146,8 @@ Run history(const Stage& stage, const wchar_t* repository, const std::string& na
         last.revlane.push_back(stage.watch.observe(
             [] { PostMessageW(commit_list(), WM_KEYDOWN, VK_END, 0); }, shows_last_row));
 
-        // Both in the same state of the machine: git is faster by some milliseconds right after what the
-        // other rows have it do for seconds.
+        // Both in the same state of the machine, and after a rest: git is faster by some milliseconds right
+        // after what the other rows have it do for seconds, and its console ends after it.
         for (int i = 0; i < SEARCHES_IN_A_RUN; ++i) {
             const Clock::time_point answered = search_messages(stage);
             // Found once: looking for the window keeps Wine's server from answering git.
@@ -164,6 +164,7 @@ Run history(const Stage& stage, const wchar_t* repository, const std::string& na
             filter_drawn.git.push_back(filter.git.back());
             if (count_lines(answer) != found)
                 throw std::runtime_error("git has found something else");
+            stage.watch.settle();
         }
 
         stage.watch.observe_from(Clock::now(), [&] { return branch_row(stage).has_value(); });
