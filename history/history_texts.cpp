@@ -14,13 +14,14 @@ std::wstring heading_text(const std::filesystem::path& repository, const std::ws
                           : text_with(IDS_HISTORY_HEADING, repository.native(), branch);
 }
 
-std::wstring filter_text(const Filter::State& filter, const std::wstring& file_path)
+std::wstring search_text(const HistorySearch& search)
 {
-    if (!file_path.empty())
-        return text_with(IDS_FILTER_BY_FILE, file_path);
+    if (!search.file_path.empty())
+        return text_with(IDS_FILTER_BY_FILE, search.file_path);
     constexpr std::array texts{IDS_FILTER_BY_MESSAGE, IDS_FILTER_BY_AUTHOR, IDS_FILTER_BY_ID,
                                IDS_FILTER_BY_TAG};
-    return text_with(static_cast<UINT>(texts[static_cast<std::size_t>(filter.kind)]), filter.text);
+    return text_with(static_cast<UINT>(texts[static_cast<std::size_t>(search.filter.kind)]),
+                     search.filter.text);
 }
 
 std::wstring state_text(const ListState& list, const std::wstring& in_force)

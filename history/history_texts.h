@@ -2,7 +2,7 @@
 // place of it. Texts of the localized library, made from what the window knows. Any thread.
 #pragma once
 
-#include "history/filter.h"
+#include "history/history_search.h"
 
 #include <filesystem>
 #include <string>
@@ -20,9 +20,8 @@ struct ListState {
 // Repository and branch; `branch` may be empty.
 std::wstring heading_text(const std::filesystem::path& repository, const std::wstring& branch);
 
-// What a search looks for, for people: the commits of a file unless `file_path` is empty, else those
-// that the filter describes.
-std::wstring filter_text(const Filter::State& filter, const std::wstring& file_path);
+// What a search looks for, for people. It must not be empty.
+std::wstring search_text(const HistorySearch& search);
 
 // How many commits are listed and what is going on; `in_force` is what the filter in force looks for.
 std::wstring state_text(const ListState& list, const std::wstring& in_force);

@@ -10,6 +10,7 @@
 #include "history/commit_view.h"
 #include "history/comparisons.h"
 #include "history/filter_dialog.h"
+#include "history/history_search.h"
 #include "history/history_source.h"
 #include "history/history_texts.h"
 #include "history/history_view.h"
@@ -128,10 +129,7 @@ private:
     void set_revision(std::string name);
     void show_start(bool anew, bool again = false);
     void show_file_history(const std::wstring& path);
-    [[nodiscard]] bool has_search() const;
-    [[nodiscard]] bool may_find_more() const;
     void search(bool fill_first = false);
-    void return_to_search_in_force(bool has_filter);
     void compare_tree_file();
     [[nodiscard]] ComparisonPlace comparison_place() const;
 
@@ -160,12 +158,10 @@ private:
     // What waits for the number of commits, which is shown in less time.
     std::unique_ptr<Selection> waiting_selection_;
     bool reload_waits_ = false;
-    Filter::State filter_;
-    std::wstring file_path_;  // whose history is shown; empty: none
-    // What the filter in force was asked for with; only as long as there is one.
-    Filter::State filter_in_force_;
-    std::wstring file_path_in_force_;
-    RECT place_{};  // on the screen, as the window opens
+    HistorySearch search_;
+    HistorySearch
+        search_in_force_;  // whose commits the list shows; only as long as it has a filter
+    RECT place_{};         // on the screen, as the window opens
     bool opens_maximized_ = false;
     bool is_shown_ = false;
 };
@@ -379,8 +375,7 @@ void HistoryWindow::open_repository(const std::filesystem::path& path)
 {
     if (path != source_->path()) {
         source_->turn_to(path);
-        filter_ = {};
-        file_path_.clear();
+        search_ = {};
     } else if (source_->repository()) {
         // Behind what waits: the branch that is to be shown may have been chosen with it, and its
         // commits are to be seen first.
@@ -468,10 +463,11 @@ void HistoryWindow::show_start(bool anew, bool again)
     // The list may show an error box, during which the window may go.
     const HWND dialog = dialog_;
     const bool is_to_be_filled = anew || has_moved;
-    const bool is_to_be_searched = is_to_be_filled || again || may_find_more();
+    const bool is_to_be_searched = is_to_be_filled || again || search_.may_find_more();
+    // What has failed would fail again, and say so in a box that nobody has asked for.
     if (is_to_be_searched && has_search_failed)
-        return_to_search_in_force(had_filter);
-    if (start && has_search() && is_to_be_searched)
+        search_ = had_filter ? search_in_force_ : HistorySearch{};
+    if (start && !search_.is_empty() && is_to_be_searched)
         search(is_to_be_filled && !list_.has_filter());
     else if (is_to_be_filled)
         list_.refresh();
@@ -479,25 +475,6 @@ void HistoryWindow::show_start(bool anew, bool again)
         return;
     lay_out();
     update_state();
-}
-
-bool HistoryWindow::has_search() const
-{
-    return !filter_.text.empty() || !file_path_.empty();
-}
-
-// Whether a search may find something else although the start is where it was.
-bool HistoryWindow::may_find_more() const
-{
-    return !filter_.text.empty() &&
-           (filter_.kind == Filter::Kind::Tag || filter_.kind == Filter::Kind::CommitId);
-}
-
-// What has failed would fail again, and say so in a box that nobody has asked for.
-void HistoryWindow::return_to_search_in_force(bool has_filter)
-{
-    filter_ = has_filter ? filter_in_force_ : Filter::State{};
-    file_path_ = has_filter ? file_path_in_force_ : std::wstring();
 }
 
 // Searches for what the user has asked for, after the list was filled without it if `fill_first`.
@@ -509,10 +486,10 @@ void HistoryWindow::search(bool fill_first)
         if (!IsWindow(dialog))
             return;
     }
-    if (!file_path_.empty())
-        list_.show_file_history(file_path_);
+    if (!search_.file_path.empty())
+        list_.show_file_history(search_.file_path);
     else
-        list_.filter(source_->revision_argument(), filter_);
+        list_.filter(source_->revision_argument(), search_.filter);
     if (!IsWindow(dialog))
         return;
     lay_out();
@@ -523,8 +500,8 @@ void HistoryWindow::show_file_history(const std::wstring& path)
 {
     if (!source_->repository() || source_->current() == nullptr)
         return;
-    filter_.text.clear();
-    file_path_ = path;
+    search_.clear();
+    search_.file_path = path;
     search();
 }
 
@@ -606,19 +583,17 @@ void HistoryWindow::on_filter()
     if (source_->current() == nullptr)
         return;
     const HWND dialog = dialog_;
-    Filter::State wanted = filter_;
+    Filter::State wanted = search_.filter;
     // The window may have gone while its dialog stood, and the reference too.
     if (!ask_filter(dialog, wanted) || !IsWindow(dialog) || source_->current() == nullptr)
         return;
-    filter_ = std::move(wanted);
-    file_path_.clear();
+    search_ = {std::move(wanted), {}};
     search();
 }
 
 void HistoryWindow::on_clear_filter()
 {
-    filter_.text.clear();
-    file_path_.clear();
+    search_.clear();
     lay_out();
     list_.clear_filter();
     const HWND dialog = dialog_;
@@ -741,27 +716,24 @@ void HistoryWindow::lay_out()
 {
     view_.lay_out({.has_repository = source_->repository().has_value(),
                    .has_commits = source_->current() != nullptr,
-                   .has_search = has_search()});
+                   .has_search = !search_.is_empty()});
 }
 
 void HistoryWindow::update_state()
 {
-    if (list_.has_filter() && list_.is_filter_current()) {
-        filter_in_force_ = filter_;
-        file_path_in_force_ = file_path_;
-    }
+    if (list_.has_filter() && list_.is_filter_current())
+        search_in_force_ = search_;
     const std::wstring name = source_->path().filename().native();
     win32::show_window_text(dialog_, text_with(IDS_HISTORY_TITLE, name));
     win32::show_window_text(item(IDC_HISTORY_TITLE),
                             heading_text(source_->path(), source_->branch_name()));
-    win32::show_window_text(item(IDC_HISTORY_STATE),
-                            state_text({.count = list_.item_count(),
-                                        .is_searching = list_.is_filtering(),
-                                        .is_counting = list_.is_counting(),
-                                        .has_filter = list_.has_filter()},
-                                       list_.has_filter()
-                                           ? filter_text(filter_in_force_, file_path_in_force_)
-                                           : std::wstring()));
+    win32::show_window_text(
+        item(IDC_HISTORY_STATE),
+        state_text({.count = list_.item_count(),
+                    .is_searching = list_.is_filtering(),
+                    .is_counting = list_.is_counting(),
+                    .has_filter = list_.has_filter()},
+                   list_.has_filter() ? search_text(search_in_force_) : std::wstring()));
     win32::show_window_text(item(IDC_HISTORY_EMPTY), empty_text());
     if (list_.is_filtering() || list_.is_counting())
         SetTimer(dialog_, STATE_TIMER, STATE_INTERVAL, nullptr);
