@@ -14,7 +14,7 @@ namespace {
 // How much of the packs is held in memory, and in what pieces. By itself libgit2 maps a pack whole, and
 // a walk through the history then holds all of it. But it reads near where it read last: a few pieces
 // serve it as well. (A single one would not: a delta and its base would take turns in it.)
-constexpr std::size_t PACK_PIECE = 2 * 1024 * 1024;
+constexpr std::size_t PACK_PIECE = std::size_t{2} * 1024 * 1024;
 constexpr std::size_t MOST_OF_PACKS = 8 * PACK_PIECE;
 
 }  // namespace
