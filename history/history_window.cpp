@@ -158,10 +158,10 @@ private:
     // What waits for the number of commits, which is shown in less time.
     std::unique_ptr<Selection> waiting_selection_;
     bool reload_waits_ = false;
-    HistorySearch search_;
-    HistorySearch
-        search_in_force_;  // whose commits the list shows; only as long as it has a filter
-    RECT place_{};         // on the screen, as the window opens
+    HistorySearch search_;  // what was asked for last
+    // Whose commits the list shows; only as long as it has a filter.
+    HistorySearch search_in_force_;
+    RECT place_{};  // on the screen, as the window opens
     bool opens_maximized_ = false;
     bool is_shown_ = false;
 };
