@@ -326,9 +326,11 @@ TEST_F(ListRows, SelectionFocusAndTopRowSurviveAnUpdate)
 TEST_F(ListRows, TenThousandRowsAreQuick)
 {
     using Clock = std::chrono::steady_clock;
-    const auto milliseconds = [](Clock::time_point start) {
-        const auto passed = Clock::now() - start;
-        return std::chrono::duration_cast<std::chrono::milliseconds>(passed).count();
+    const auto expect_quick = [](const char* what, Clock::time_point start) {
+        const auto took =
+            std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
+        RecordProperty(what, static_cast<int>(took.count()));
+        EXPECT_LT(took, support::stop_limit) << what;
     };
     std::vector<FileChange> changes = numbered_changes(10'000);
     for (FileChange& one : changes)
@@ -336,20 +338,15 @@ TEST_F(ListRows, TenThousandRowsAreQuick)
 
     auto start = Clock::now();
     changes_.set_changes(changes);
-    const auto filled = milliseconds(start);
+    expect_quick("fill_ms", start);
     start = Clock::now();
     changes_.select_all();
-    const auto selected = milliseconds(start);
+    expect_quick("select_all_ms", start);
     changes.pop_back();
     start = Clock::now();
     changes_.update_changes(changes);
-    const auto updated = milliseconds(start);
+    expect_quick("update_ms", start);
     EXPECT_EQ(changes_.selected().size(), 9'999u);
-    RecordProperty("fill_ms", static_cast<int>(filled));
-    RecordProperty("select_all_ms", static_cast<int>(selected));
-    RecordProperty("update_ms", static_cast<int>(updated));
-    // Many times what a slow machine needs: only a cost that grows with the square fails.
-    EXPECT_LT(filled + selected + updated, 30'000);
 }
 
 TEST_F(ListRows, CopyingPutsEachPathAndALineFeedOnTheClipboard)

@@ -6,6 +6,7 @@
 #include "resources/ids.h"
 #include "tests/support/panel.h"
 #include "tests/support/process_state.h"
+#include "tests/support/pump.h"
 #include "tests/support/recorded_git.h"
 #include "tests/support/window_watch.h"
 #include "win32/handle.h"
@@ -96,15 +97,13 @@ protected:
         EXPECT_LE(now.windows, before.windows);
     }
 
-    // A user who waits for the editor for 100 ms notices it. The tests run on machines that are busy
-    // with other things too, hence the longer limit: whoever waits for git here waits for minutes.
     void expect_quick(const char* what, EditorDriver& driver)
     {
         const std::chrono::milliseconds longest = driver.take_longest_dispatch();
         std::chrono::milliseconds& slowest = slowest_[what];
         slowest = std::max(slowest, longest);
         RecordProperty(std::string(what) + " ms", static_cast<int>(slowest.count()));
-        EXPECT_LT(longest, 2s) << what;
+        EXPECT_LT(longest, support::stop_limit) << what;
     }
 
     void close_frame(EditorDriver& driver)

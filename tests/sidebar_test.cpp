@@ -6,6 +6,7 @@
 #include "tests/support/editor_driver.h"
 #include "tests/support/panel.h"
 #include "tests/support/process_state.h"
+#include "tests/support/pump.h"
 #include "tests/support/recorded_git.h"
 #include "tests/support/temp_repository.h"
 #include "tests/support/window_watch.h"
@@ -432,7 +433,7 @@ TEST(Sidebar, HoldsTenThousandFilesAndStaysQuick)
         return count(IDC_CHANGES_LIST) == 10'000;
     });
     EXPECT_TRUE(shown);
-    EXPECT_LT(slowest, 500ms);
+    EXPECT_LT(slowest, support::stop_limit);
     std::vector<int> some(300);
     std::iota(some.begin(), some.end(), 5000);
     support::select_rows(panel.dialog(), IDC_CHANGES_LIST, some);
@@ -849,7 +850,7 @@ TEST(Sidebar, ClosesAtOnceWithWorkInFlight)
         else
             panel.driver().press_close_button();
         panel.driver().pump();
-        EXPECT_LT(std::chrono::steady_clock::now() - start, 3s);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, support::stop_limit);
         EXPECT_FALSE(IsWindow(panel.dialog()));
         EXPECT_TRUE(support::pump_until([&] { return !push.runs(); }));
         EXPECT_EQ(repository.id_of("HEAD"), head);

@@ -19,20 +19,19 @@ struct ShownMenu {
     RECT place{};  // on the screen
 };
 
-// Sees the menus of their owner, for as long as it lives, and closes each as soon as it stands. The
-// owner must not see messages through another Subclass of the same number.
+// Sees the menus of their owner and closes each as soon as it stands. The owner must not see messages
+// through another Subclass of the same number.
 class MenuReader {
 public:
-    explicit MenuReader(HWND owner)
-        : watch_(
-              owner, [this](const win32::Message& message) { return look(message); }, SUBCLASS_ID)
-    {
-    }
+    explicit MenuReader(HWND owner) : owner_(owner) {}
 
     // The menu that `open` leads to before it returns; without commands when there was none.
     ShownMenu read(const std::function<void()>& open)
     {
         menu_ = {};
+        // Only for as long as this: a subclass makes every message of the owner many times as dear.
+        const win32::Subclass watch(
+            owner_, [this](const win32::Message& message) { return look(message); }, SUBCLASS_ID);
         open();
         return menu_;
     }
@@ -61,8 +60,8 @@ private:
         return std::nullopt;
     }
 
+    HWND owner_;
     ShownMenu menu_;
-    win32::Subclass watch_;
 };
 
 }  // namespace support
