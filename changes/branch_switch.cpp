@@ -1,17 +1,20 @@
 #include "changes/branch_switch.h"
 
 #include "changes/command_task.h"
+#include "changes/messages.h"
 #include "changes/stash_guard.h"
 #include "changes/texts.h"
 #include "git/handles.h"
 #include "git/locked_index.h"
 #include "git/references.h"
 #include "resources/ids.h"
+#include "win32/posted.h"
 #include "win32/text.h"
 
 #include <fmt/xchar.h>
 
 #include <algorithm>
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -113,8 +116,14 @@ private:
             result.ok = false;
             result.output += win32::to_utf8(host::load_text(IDS_CANCELLED));
         }
-        if (!result.ok && stash_ && is_kept(repository_, *stash_))
-            result.output += "\n" + win32::to_utf8(text_with(IDS_STASH_KEPT, message_));
+        if (!result.ok && stash_ && is_kept(repository_, *stash_)) {
+            const std::wstring told = text_with(IDS_STASH_KEPT, message_);
+            result.output += "\n" + win32::to_utf8(told);
+            // What was ended shows no failure.
+            if (whole_.was_ended())
+                win32::post_owned(owner_, WM_REVLANE_STASH_KEPT,
+                                  std::make_unique<std::wstring>(told));
+        }
         return post_result(owner_, std::move(result));
     }
 

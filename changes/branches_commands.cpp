@@ -70,6 +70,7 @@ void BranchesList::set_shown_branch(git_reference* branch)
     if (git_reference_dup(&copy, branch) != 0)
         return;
     shown_branch_.reset(copy);
+    was_chosen_ = true;
     PostMessageW(owner_, WM_REVLANE_REFRESH_ALL, 0, 0);
 }
 

@@ -96,6 +96,7 @@ void BranchesList::begin()
 void BranchesList::set_repository(const git::Repository* repository)
 {
     shown_branch_.reset();
+    was_chosen_ = false;
     tracking_.clear();
     fill({}, nullptr);
     is_filled_ = false;

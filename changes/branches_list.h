@@ -16,6 +16,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace revlane {
@@ -55,6 +56,8 @@ public:
     [[nodiscard]] const git_reference* shown_branch() const noexcept { return shown_branch_.get(); }
     // Its short name, UTF-8.
     [[nodiscard]] std::optional<std::string> shown_branch_name() const;
+    // Whether it was chosen since this was asked last, be it the same one once more.
+    bool take_choice() noexcept { return std::exchange(was_chosen_, false); }
 
     // Row i shows the element i.
     [[nodiscard]] const git::BranchList& references() const noexcept { return references_; }
@@ -117,6 +120,7 @@ private:
     std::string current_;              // full name; empty: none
     TrackingMap tracking_;
     git::Reference shown_branch_;
+    bool was_chosen_ = false;
     std::wstring empty_text_;
     std::wstring current_mark_;
     bool has_columns_ = false;

@@ -59,6 +59,11 @@ inline constexpr UINT WM_REVLANE_PANEL_STATE = WM_APP + 23;
 inline constexpr UINT WM_REVLANE_EXTERNAL_REFRESH = WM_APP + 24;
 // Frame to the history window: reload references and commits. No payload.
 inline constexpr UINT WM_REVLANE_RELOAD_REFERENCES = WM_APP + 25;
+// Frame to the history window: come to the front, and do not end after all. No payload.
+inline constexpr UINT WM_REVLANE_COME_TO_FRONT = WM_APP + 26;
+// A switch of branches that was ended, to the window that it reports to: the user's changes are in a
+// stash (std::wstring, what he is to be told). The history window passes it on.
+inline constexpr UINT WM_REVLANE_STASH_KEPT = WM_APP + 27;
 
 using ChangesResult = git::Result<std::vector<git::FileChange>>;
 using CountResult = git::Result<std::uint32_t>;

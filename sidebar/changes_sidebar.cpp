@@ -2,6 +2,7 @@
 
 #include "changes/end_work.h"
 #include "changes/list_control.h"
+#include "plugin/host/editor.h"
 #include "plugin/host/localized.h"
 #include "plugin/host/settings.h"
 #include "resources/ids.h"
@@ -60,6 +61,11 @@ void ChangesSidebar::drain_messages() noexcept
     win32::drain_owned<ChangesResult>(dialog_, WM_REVLANE_CHANGES);
     win32::drain_owned<std::wstring>(dialog_, WM_REVLANE_OPEN_REPOSITORY);
     win32::drain_owned<git::CommandResult>(dialog_, WM_REVLANE_COMMAND_RESULT);
+    // No box of the panel's can stand any more.
+    if (MSG kept{}; win32::take_waiting(dialog_, WM_REVLANE_STASH_KEPT, kept))
+        if (const auto told = win32::take_owned<std::wstring>(kept.wParam))
+            host::set_status_text(host_, *told);
+    win32::drain_owned<std::wstring>(dialog_, WM_REVLANE_STASH_KEPT);
     win32::drain_owned<PanelState>(dialog_, WM_REVLANE_PANEL_STATE);
     win32::drain_owned<std::wstring>(dialog_, WM_PANEL_COMMITTED);
     win32::drain_owned<std::wstring>(dialog_, WM_PANEL_REFUSED);
@@ -148,6 +154,10 @@ win32::Handled ChangesSidebar::on_posted_message(const win32::Message& message)
         if (const auto result = win32::take_owned<git::CommandResult>(message.wparam))
             on_command_result(*result);
         return 0;
+    case WM_REVLANE_STASH_KEPT:
+        if (auto told = win32::take_owned<std::wstring>(message.wparam))
+            show_error_later(std::move(*told));
+        return 0;
     case WM_REVLANE_STATUS:
         on_status();
         return 0;
@@ -178,6 +188,9 @@ win32::Handled ChangesSidebar::on_posted_message(const win32::Message& message)
     case WM_PANEL_REFUSED:
         if (auto reason = win32::take_owned<std::wstring>(message.wparam))
             show_error_later(std::move(*reason));
+        return 0;
+    case WM_PANEL_CANCELLED:
+        is_cancelling_ = false;
         return 0;
     case WM_PANEL_STAMPS:
         if (const auto read = win32::take_owned<StampsRead>(message.wparam))
@@ -340,7 +353,6 @@ void ChangesSidebar::on_busy_timer()
     KillTimer(dialog_, TIMER_BUSY);
     busy_since_.reset();
     last_command_ = {};
-    is_cancelling_ = false;
     view_.show_progress(false);
     update_cursor();
 }

@@ -67,6 +67,7 @@ private:
         WM_PANEL_COMMITTED,  // std::wstring, the message of the commit
         WM_PANEL_REFUSED,    // std::wstring, why a command was not run
         WM_PANEL_STAMPS,     // StampsRead
+        WM_PANEL_CANCELLED,  // what was cancelled has ended
         WM_PANEL_SHOW,
         WM_PANEL_TIPS,
     };
@@ -187,7 +188,6 @@ private:
     StagedList staged_;
     BranchesDropdown branch_;
     BranchesList branches_;
-    std::optional<std::string> shown_branch_;  // as the history was told
     PanelView view_;
     CommitBox commit_box_;
     ErrorQueue errors_;
@@ -196,7 +196,7 @@ private:
 
     CommandQueue commands_;
     LastCommand last_command_;
-    bool is_cancelling_ = false;
+    bool is_cancelling_ = false;  // what was cancelled may still report
     std::optional<std::chrono::steady_clock::time_point> busy_since_;
 
     win32::TaskSlot state_slot_;

@@ -24,10 +24,11 @@ bool CommandQueue::is_busy() const
     return pool_.get_tasks_total() > 0;
 }
 
-void CommandQueue::cancel()
+void CommandQueue::cancel(HWND owner, UINT ended)
 {
     pool_.purge();
     git_->cancel();
+    pool_.detach_task([owner, ended] { PostMessageW(owner, ended, 0, 0); });
 }
 
 }  // namespace revlane

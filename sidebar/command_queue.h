@@ -49,8 +49,9 @@ public:
     void submit(HWND owner, const std::filesystem::path& workdir, Command command);
     // Whether a command waits or runs.
     [[nodiscard]] bool is_busy() const;
-    // Drops the commands that wait and ends the one that runs.
-    void cancel();
+    // Drops the commands that wait and ends the one that runs. `owner` receives `ended` behind all that it
+    // still reports, and before what is queued from now on.
+    void cancel(HWND owner, UINT ended);
 
 private:
     win32::WorkPool& pool_;

@@ -62,6 +62,16 @@ git::Result<std::optional<UINT>> find_objection(const std::filesystem::path& wor
     return changes->empty() ? IDS_NOTHING_TO_COMMIT : IDS_NOTHING_STAGED;
 }
 
+git::Result<bool> is_anything_staged(const std::filesystem::path& workdir)
+{
+    const git::LibraryScope library;
+    const auto repository = git::open_repository(workdir);
+    if (!repository)
+        return tl::unexpected(repository.error());
+    return git::diff_head_to_index(repository->handle.get())
+        .map([](const std::vector<git::FileChange>& staged) { return !staged.empty(); });
+}
+
 // Returns whether the commit may go on.
 bool stage_everything(const CommandRun& run)
 {
@@ -86,6 +96,14 @@ bool is_too_long(const std::wstring& message)
 void commit_changes(const CommandRun& run, const std::wstring& message, CommitScope scope,
                     UINT committed, UINT refused)
 {
+    if (scope == CommitScope::StagedElseEverything) {
+        const auto staged = is_anything_staged(run.context.workdir);
+        if (!staged) {
+            run.report(failed(staged.error()));
+            return;
+        }
+        scope = *staged ? CommitScope::Staged : CommitScope::Everything;
+    }
     if (scope == CommitScope::Everything && !stage_everything(run))
         return;
     const auto objection = find_objection(run.context.workdir);

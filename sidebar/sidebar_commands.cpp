@@ -224,11 +224,12 @@ void ChangesSidebar::on_stage_all_and_commit()
     commit(IDC_STAGE_ALL_AND_COMMIT, CommitScope::Everything);
 }
 
-// Ctrl+Enter in the commit box.
+// Ctrl+Enter in the commit box. Whether an empty list means that nothing is staged is known when all that
+// was chosen before has been done: its rows may still be on their way.
 void ChangesSidebar::on_commit_key()
 {
     if (staged_.changes().empty())
-        on_stage_all_and_commit();
+        commit(IDC_STAGE_ALL_AND_COMMIT, CommitScope::StagedElseEverything);
     else
         on_commit_staged();
 }
@@ -380,7 +381,9 @@ void ChangesSidebar::on_cancel()
     // Looks out for the end of what is cancelled.
     watch_busy();
     is_cancelling_ = true;
-    commands_.cancel();
+    commands_.cancel(dialog_, WM_PANEL_CANCELLED);
+    // Chosen again, it is another command.
+    last_command_ = {};
     if (is_fetching_long())
         fetcher_.cancel();
     host::set_status_text(host_, host::load_text(IDS_CANCELLED));

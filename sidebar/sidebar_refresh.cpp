@@ -47,12 +47,8 @@ void ChangesSidebar::on_refresh()
 void ChangesSidebar::on_refresh_all()
 {
     // The branches list has no other way to say that another branch is to be shown.
-    std::optional<std::string> shown = branches_.shown_branch_name();
-    if (shown != shown_branch_) {
-        shown_branch_ = std::move(shown);
-        if (shown_branch_)
-            on_show_history();
-    }
+    if (branches_.take_choice())
+        on_show_history();
     refresh();
     tell_references_changed();
 }
@@ -89,9 +85,11 @@ void ChangesSidebar::on_changes(const ChangesResult& result)
 void ChangesSidebar::refresh_rest()
 {
     const Life life = life_;
+    const std::uint64_t shown = repository_number_;
     changes_.hand_over_index(repository_->handle.get());
+    // An error box may stand, during which the repository may be found gone.
     staged_.refresh();
-    if (life.expired() || dialog_ == nullptr)
+    if (life.expired() || dialog_ == nullptr || shown != repository_number_)
         return;
     fill_branches();
     show_counts();

@@ -102,7 +102,6 @@ void ChangesSidebar::forget_repository()
         branch_.set_repository(nullptr);
         branches_.set_repository(nullptr);
     }
-    shown_branch_.reset();
     // In another repository it is another command.
     last_command_ = {};
     win32::drain_owned<ChangesResult>(dialog_, WM_REVLANE_CHANGES);

@@ -10,6 +10,7 @@
 #include "tests/support/recorded_git.h"
 #include "tests/support/temp_repository.h"
 #include "tests/support/window_watch.h"
+#include "win32/handle.h"
 #include "win32/text.h"
 #include "win32/window.h"
 
@@ -26,6 +27,7 @@
 #include <numeric>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -241,6 +243,17 @@ TEST(Sidebar, ControlEnterCommitsWhatIsStagedElseEverything)
     EXPECT_TRUE(panel.wait([&] { return panel.message().empty(); }));
     EXPECT_EQ(repository.git({"show", "--name-only", "--format="}), "a.txt\nnew.txt\n");
     EXPECT_TRUE(panel.agrees_with_git());
+
+    // What was chosen to be staged counts, although its row is still to come.
+    repository.write_file("a.txt", "three\n");
+    repository.write_file("b.txt", "three\n");
+    ASSERT_TRUE(panel.wait_rows(IDC_CHANGES_LIST, 2));
+    panel.select(IDC_CHANGES_LIST, {L"a.txt"});
+    panel.set_message(L"chosen");
+    SendMessageW(panel.dialog(), WM_COMMAND, ID_STAGE, 0);
+    press(0x80);
+    EXPECT_TRUE(panel.wait([&] { return panel.message().empty(); }));
+    EXPECT_EQ(repository.git({"show", "--name-only", "--format="}), "a.txt\n");
 }
 
 TEST(Sidebar, SaysWhyACommitWasNotMadeAndKeepsItsText)
@@ -620,6 +633,36 @@ TEST(Sidebar, SaysThatTheRepositoryIsGone)
         panel.wait([&] { return IsWindowVisible(panel.control(IDC_CHANGES_LIST)) != FALSE; }));
 }
 
+// A box of the staged list stands meanwhile.
+TEST(Sidebar, SurvivesTheEndOfTheRepositoryUnderABox)
+{
+    const TempRepository repository = with_files();
+    Panel panel(repository);
+    ASSERT_TRUE(panel.agrees_with_git());
+    repository.write_file("a.txt", "two\n");
+    repository.commit_all("damaged");
+    const std::string tree = repository.id_of("HEAD^{tree}");
+    repository.remove(".git/objects/" + tree.substr(0, 2) + "/" + tree.substr(2));
+    const auto is_gone = [&] { return IsWindowVisible(panel.control(IDC_EMPTY_TEXT)) != FALSE; };
+    bool is_moved = false;
+    const support::WindowWatch watch(
+        [&](HWND window) {
+            if (!support::is_box(window))
+                return false;
+            if (!std::exchange(is_moved, true)) {
+                std::filesystem::rename(repository.path() / L".git", repository.path() / L"away");
+                PostMessageW(panel.dialog(), revlane::WM_REVLANE_REFRESH, 0, 0);
+            }
+            return is_gone();
+        },
+        [](HWND box) { support::press_button(box, IDCLOSE); });
+    PostMessageW(panel.dialog(), revlane::WM_REVLANE_REFRESH, 0, 0);
+    EXPECT_TRUE(panel.wait([&] { return watch.has_acted(); }));
+    panel.driver().pump();
+    EXPECT_TRUE(is_gone());
+    EXPECT_TRUE(IsWindowEnabled(panel.driver().window()));
+}
+
 TEST(Sidebar, OpensTheRepositoryOfTheSettingsWhenTheDocumentHasNone)
 {
     const TempRepository repository = with_files();
@@ -766,6 +809,77 @@ TEST(Sidebar, CancelsACommandAndGoesOn)
     panel.click(IDC_STAGE_ALL_AND_COMMIT);
     EXPECT_TRUE(panel.wait([&] { return panel.message().empty(); }));
     EXPECT_EQ(repository.git({"log", "-1", "--format=%s"}), "after\n");
+}
+
+TEST(Sidebar, SaysWhereTheChangesAreWhenASwitchIsEnded)
+{
+    for (const bool by_closing : {false, true}) {
+        SCOPED_TRACE(by_closing);
+        const TempRepository repository = with_files();
+        repository.script("git branch other");
+        repository.write_file("a.txt", "two\n");
+        // Of the stash, its list and the checkout the last one does not come to an end.
+        constexpr wchar_t reached_name[] = L"revlane-test-switch";
+        const win32::KernelHandle reached(CreateEventW(nullptr, TRUE, FALSE, reached_name));
+        const support::ScopedVariable event(L"REVLANE_FAIL_EVENT", reached_name);
+        const support::FailingGit hanging(3, L"hang");
+        Panel panel(repository);
+        ASSERT_TRUE(panel.wait_rows(IDC_CHANGES_LIST, 1));
+        const HWND branch = panel.control(IDC_BRANCH);
+        const LRESULT other =
+            SendMessageW(branch, CB_FINDSTRINGEXACT, 0, reinterpret_cast<LPARAM>(L"other"));
+        SendMessageW(branch, CB_SETCURSEL, static_cast<WPARAM>(other), 0);
+        for (const int code : {CBN_SELENDOK, CBN_CLOSEUP})
+            SendMessageW(panel.dialog(), WM_COMMAND, MAKEWPARAM(IDC_BRANCH, code), 0);
+        ASSERT_TRUE(
+            panel.wait([&] { return WaitForSingleObject(reached.get(), 0) == WAIT_OBJECT_0; }));
+
+        constexpr std::wstring_view kept = L"kept in the stash under the name revlane-";
+        std::wstring said;
+        const support::WindowWatch watch(
+            support::is_box,
+            [&said](HWND box) {
+                said += support::texts_of(box);
+                support::press_button(box, IDCLOSE);
+            },
+            support::Windows::All);
+        if (by_closing) {
+            panel.driver().press_close_button();
+            EXPECT_TRUE(panel.wait([&] { return !IsWindow(panel.dialog()); }));
+            EXPECT_TRUE(contains(panel.driver().frame().status(), kept));
+        } else {
+            // What is chosen at once fails for a reason of its own.
+            for (const int command : {ID_CANCEL_COMMAND, IDC_PULL})
+                SendMessageW(panel.dialog(), WM_COMMAND, static_cast<WPARAM>(command), 0);
+            EXPECT_TRUE(panel.wait([&] {
+                return contains(said, kept) && contains(said, L"no tracking information");
+            })) << win32::to_utf8(said);
+        }
+        EXPECT_EQ(repository.read_file("a.txt"), "one\n");
+    }
+}
+
+TEST(Sidebar, ShowsABranchInTheHistoryAsOftenAsItIsChosen)
+{
+    const TempRepository repository = with_files();
+    repository.script("git branch other");
+    Panel panel(repository);
+    ASSERT_TRUE(panel.wait_rows(IDC_BRANCHES_LIST, 2));
+    for (const char* time : {"first", "again"}) {
+        SCOPED_TRACE(time);
+        panel.select(IDC_BRANCHES_LIST, {L"other"});
+        panel.driver().press_key(panel.control(IDC_BRANCHES_LIST), VK_RETURN);
+        HWND history = nullptr;
+        ASSERT_TRUE(panel.wait([&] {
+            history = support::window_with(IDC_COMMIT_LIST);
+            return history != nullptr;
+        }));
+        EXPECT_TRUE(panel.wait([&] {
+            return support::control_text(history, IDC_HISTORY_TITLE).ends_with(L" - other");
+        }));
+        PostMessageW(history, WM_CLOSE, 0, 0);
+        EXPECT_TRUE(panel.wait([&] { return !IsWindow(history); }));
+    }
 }
 
 TEST(Sidebar, CarriesOutAllThatIsChosenDuringALongCommand)
