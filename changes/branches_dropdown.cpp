@@ -140,12 +140,10 @@ void BranchesDropdown::show(Contents contents)
 
 void BranchesDropdown::select_current()
 {
-    if (unborn_) {
-        SendMessageW(combo_, CB_SETCURSEL, 0, 0);
+    if (select(current_))
         return;
-    }
-    if (!select(current_))
-        SendMessageW(combo_, CB_SETCURSEL, static_cast<WPARAM>(-1), 0);
+    constexpr WPARAM none = static_cast<WPARAM>(-1);
+    SendMessageW(combo_, CB_SETCURSEL, unborn_ ? 0 : none, 0);
 }
 
 bool BranchesDropdown::select(std::string_view full_name)
@@ -187,8 +185,9 @@ void BranchesDropdown::fit_list()
     SendMessageW(combo_, CB_SETDROPPEDWIDTH, static_cast<WPARAM>(width), 0);
 }
 
-void BranchesDropdown::on_command(UINT code)
+bool BranchesDropdown::on_command(UINT code)
 {
+    bool is_picked = false;
     switch (code) {
     case CBN_DROPDOWN:
         fit_list();
@@ -201,7 +200,8 @@ void BranchesDropdown::on_command(UINT code)
         break;
     case CBN_CLOSEUP:
         // The pick counts for the items that were on view.
-        if (std::exchange(was_picked_, false))
+        is_picked = std::exchange(was_picked_, false);
+        if (is_picked)
             on_branch_change();
         else
             select_current();
@@ -211,6 +211,7 @@ void BranchesDropdown::on_command(UINT code)
     default:
         break;
     }
+    return is_picked;
 }
 
 void BranchesDropdown::on_branch_change()

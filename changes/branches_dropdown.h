@@ -50,8 +50,9 @@ public:
     // Selects the item of a reference (its full name) without switching. False when there is none.
     bool select(std::string_view full_name);
 
-    // The owner hands the combo box's WM_COMMAND to it; `code` is the notification.
-    void on_command(UINT code);
+    // The owner hands the combo box's WM_COMMAND to it; `code` is the notification. Whether an item was
+    // picked.
+    bool on_command(UINT code);
 
     // The user has picked the selected item: the working tree is switched to it, unless it is the
     // current branch already.

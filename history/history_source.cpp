@@ -46,8 +46,11 @@ bool HistorySource::read()
 void HistorySource::show(std::string revision)
 {
     revision_ = std::move(revision);
-    if (repository_)
-        read_references();
+    if (!repository_)
+        return;
+    read_references();
+    if (current_ != nullptr && git_branch_is_head(current_.get()) == 1)
+        follow_head();
 }
 
 void HistorySource::turn_to(std::filesystem::path path)

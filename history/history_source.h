@@ -28,8 +28,11 @@ public:
 
     // Opens the repository anew and reads its references; whether it is there.
     bool read();
-    // Turns to another branch of the open repository, and reads the references again.
+    // Turns to another branch of the open repository, and reads the references again. The one that is
+    // checked out stands for whichever is.
     void show(std::string revision);
+    // Shows the branch that is checked out from the next reading on.
+    void follow_head() noexcept { revision_.clear(); }
     // Turns to another repository, and to the branch that is checked out there. Not read yet.
     void turn_to(std::filesystem::path path);
 

@@ -56,6 +56,10 @@ constexpr UINT STATE_INTERVAL = 200;  // milliseconds
 constexpr UINT_PTR COUNT_TIMER = 2;
 constexpr UINT COUNT_INTERVAL = 30;  // milliseconds
 
+// Looks whether what keeps a hidden window from its end has ended.
+constexpr UINT_PTR END_TIMER = 3;
+constexpr UINT END_INTERVAL = 100;  // milliseconds
+
 // Takes the keys of the window, wherever the focus is in it, and the Return key of the tree, which a
 // dialog would keep for itself: the tree view never sees it.
 bool handle_key(HWND dialog, MSG& message)
@@ -103,6 +107,11 @@ public:
     win32::Handled handle(const win32::Message& message);
 
 private:
+    void end_all_work();
+    void close();
+    void come_to_front();
+    [[nodiscard]] bool is_changing_repository() const;
+
     LRESULT on_init(HWND dialog);
     void on_fill();
     void on_place();
@@ -117,6 +126,7 @@ private:
     void wait_for_count();
     void carry_on();
     void on_command_result(std::unique_ptr<git::CommandResult> result);
+    void on_branch_picked();
     void on_filter();
     void on_clear_filter();
     void on_tree_menu(POINT place);
@@ -176,8 +186,50 @@ HistoryWindow::HistoryWindow(const Opening& opening)
 
 HistoryWindow::~HistoryWindow()
 {
+    end_all_work();
+}
+
+// Nothing is posted after this.
+void HistoryWindow::end_all_work()
+{
     filters_->shutdown();
     end_work(*commands_, {&count_pool_, &filter_pool_, &command_pool_, &references_pool_});
+    references_.cancel();
+    win32::drain_owned<git::CommandResult>(dialog_, WM_REVLANE_COMMAND_RESULT);
+    win32::drain_owned<std::wstring>(dialog_, WM_REVLANE_STASH_KEPT);
+    win32::drain_owned<Selection>(dialog_, WM_REVLANE_SELECTION);
+    win32::drain_owned<git_oid>(dialog_, WM_REVLANE_SELECT_COMMIT);
+    win32::drain_owned<git_oid>(dialog_, WM_REVLANE_OPEN_COMMIT);
+    win32::drain_owned<RevisionPair>(dialog_, WM_REVLANE_COMPARE_REVISIONS);
+    win32::drain_owned<std::string>(dialog_, WM_REVLANE_SET_REVISION);
+    win32::drain_owned<std::wstring>(dialog_, WM_REVLANE_SHOW_FILE_HISTORY);
+    win32::drain_owned<std::wstring>(dialog_, WM_REVLANE_OPEN_REPOSITORY);
+}
+
+// The user closes the window. A switch of branches that has begun comes to its end first, unseen:
+// ended halfway it would leave his changes in a stash.
+void HistoryWindow::close()
+{
+    if (!is_changing_repository()) {
+        DestroyWindow(dialog_);
+        return;
+    }
+    ShowWindow(dialog_, SW_HIDE);
+    SetTimer(dialog_, END_TIMER, END_INTERVAL, nullptr);
+}
+
+void HistoryWindow::come_to_front()
+{
+    KillTimer(dialog_, END_TIMER);
+    if (!is_shown_)
+        return;
+    ShowWindow(dialog_, IsIconic(dialog_) ? SW_RESTORE : SW_SHOW);
+    SetForegroundWindow(dialog_);
+}
+
+bool HistoryWindow::is_changing_repository() const
+{
+    return branches_.is_switching() || list_.is_changing_repository();
 }
 
 win32::Handled HistoryWindow::handle(const win32::Message& message)
@@ -198,6 +250,8 @@ win32::Handled HistoryWindow::handle(const win32::Message& message)
             update_state();
         else if (message.wparam == COUNT_TIMER)
             carry_on();
+        else if (message.wparam == END_TIMER && !is_changing_repository())
+            DestroyWindow(dialog_);
         else
             return std::nullopt;
         return 0;
@@ -218,7 +272,7 @@ win32::Handled HistoryWindow::handle(const win32::Message& message)
     case WM_LBUTTONUP:
         return view_.on_mouse(message);
     case WM_CLOSE:
-        DestroyWindow(dialog_);
+        close();
         return 0;
     case WM_DESTROY:
         // Before it is shown it does not lie where the user wants it.
@@ -227,9 +281,8 @@ win32::Handled HistoryWindow::handle(const win32::Message& message)
         return std::nullopt;
     case WM_NCDESTROY:
         remove_modeless_dialog(dialog_);
-        references_.cancel();
-        win32::drain_owned<git::CommandResult>(dialog_, WM_REVLANE_COMMAND_RESULT);
-        win32::drain_owned<Selection>(dialog_, WM_REVLANE_SELECTION);
+        end_all_work();
+        dialog_ = nullptr;
         return std::nullopt;
     default:
         return on_posted_message(message);
@@ -256,6 +309,9 @@ win32::Handled HistoryWindow::on_posted_message(const win32::Message& message)
         if (const auto path = win32::take_owned<std::wstring>(message.wparam))
             open_repository(*path);
         return 0;
+    case WM_REVLANE_COME_TO_FRONT:
+        come_to_front();
+        return 0;
     case WM_REVLANE_OPEN_COMMIT:
         if (const auto id = win32::take_owned<git_oid>(message.wparam); id && source_->repository())
             show_commit_changes(comparison_place(), *id);
@@ -277,6 +333,10 @@ win32::Handled HistoryWindow::on_posted_message(const win32::Message& message)
     }
     case WM_REVLANE_COMMAND_RESULT:
         on_command_result(win32::take_owned<git::CommandResult>(message.wparam));
+        return 0;
+    case WM_REVLANE_STASH_KEPT:
+        if (auto told = win32::take_owned<std::wstring>(message.wparam))
+            host::send_request(frame_, WM_REVLANE_STASH_KEPT, std::move(told));
         return 0;
     case WM_REVLANE_SET_REVISION:
         if (const auto name = win32::take_owned<std::string>(message.wparam))
@@ -412,10 +472,7 @@ void HistoryWindow::reload()
 // Requests that wait are carried out as one.
 void HistoryWindow::on_reload()
 {
-    MSG waiting{};
-    while (PeekMessageW(&waiting, dialog_, WM_REVLANE_RELOAD_REFERENCES,
-                        WM_REVLANE_RELOAD_REFERENCES, PM_REMOVE | PM_NOYIELD)) {
-    }
+    win32::drop_waiting(dialog_, WM_REVLANE_RELOAD_REFERENCES);
     reload_waits_ = list_.expects_count();
     if (reload_waits_)
         wait_for_count();
@@ -561,7 +618,8 @@ win32::Handled HistoryWindow::on_command(UINT id, UINT code)
             show_commit_changes(comparison_place(), *commit);
         return 0;
     case IDC_HISTORY_BRANCH:
-        branches_.on_command(code);
+        if (branches_.on_command(code))
+            on_branch_picked();
         return 0;
     case ID_COMPARE_TREE_FILE:
         compare_tree_file();
@@ -571,11 +629,19 @@ win32::Handled HistoryWindow::on_command(UINT id, UINT code)
             show_file_history(*path);
         return 0;
     case IDCANCEL:
-        DestroyWindow(dialog_);
+        close();
         return 0;
     default:
         return std::nullopt;
     }
+}
+
+// The user turns to the branch that is checked out, or will be when the switch has ended.
+void HistoryWindow::on_branch_picked()
+{
+    source_->follow_head();
+    if (!branches_.is_switching())
+        PostMessageW(dialog_, WM_REVLANE_SHOW_HEAD, 0, 0);
 }
 
 void HistoryWindow::on_filter()
@@ -620,10 +686,10 @@ void HistoryWindow::on_tree_menu(POINT place)
 void HistoryWindow::on_selection(std::unique_ptr<Selection> selection)
 {
     EnableWindow(item(IDC_COMPARE_WITH_PARENT), list_.selected_count() == 1);
+    waiting_selection_.reset();
     // What is to be shown is said by the last of those that wait.
     if (win32::is_waiting(dialog_, WM_REVLANE_SELECTION))
         return;
-    waiting_selection_.reset();
     if (list_.expects_count()) {
         waiting_selection_ = std::move(selection);
         wait_for_count();

@@ -46,6 +46,9 @@ enum Column : int { COLUMN_SUMMARY, COLUMN_AUTHOR, COLUMN_DATE, COLUMN_ID };
 constexpr std::array<UINT, 4> COLUMN_TITLES{IDS_COLUMN_SUMMARY, IDS_COLUMN_AUTHOR, IDS_COLUMN_DATE,
                                             IDS_COLUMN_ID};
 
+// A command takes no more; one more tells that there are more.
+constexpr std::size_t MOST_COMMITS = 2;
+
 const std::wstring& column_text(const git::CommitRow& row, int column)
 {
     switch (column) {
@@ -71,6 +74,7 @@ struct CommandTask {
     HWND host;
     std::filesystem::path workdir;
     std::shared_ptr<git::Git> git;
+    std::shared_ptr<Cancellation> arrival;
 
     [[nodiscard]] git::CommandContext context() const { return {workdir, *git}; }
 
@@ -82,12 +86,12 @@ struct CommandTask {
                           std::make_unique<git::CommandResult>(std::move(result)));
         return ok;
     }
-    // Tells the host that HEAD is at `revision` now.
+    // Tells the host that HEAD is at `revision` now, unless it shows another repository by then.
     void arrived_at(std::string revision) const
     {
         PostMessageW(host, WM_REVLANE_REFRESH_ALL, 0, 0);
-        win32::post_owned(host, WM_REVLANE_SET_REVISION,
-                          std::make_unique<std::string>(std::move(revision)));
+        arrival->post(host, WM_REVLANE_SET_REVISION,
+                      std::make_unique<std::string>(std::move(revision)));
     }
 };
 
@@ -137,6 +141,7 @@ void RevlaneList::set_repository(std::optional<git::Repository> repository)
     clear_filter();
     first_page_.reset();
     model_->clear_walk();
+    std::exchange(arrival_, std::make_shared<Cancellation>())->cancel();
     repository_ = std::move(repository);
 }
 
@@ -412,6 +417,18 @@ std::vector<const git::CommitRow*> RevlaneList::built_selection() const
     return rows;
 }
 
+RevlaneList::Commits RevlaneList::first_selected() const
+{
+    Commits commits;
+    for (const std::size_t index : selected_rows(list_)) {
+        if (const git::CommitRow* row = model_->row(index))
+            commits.push_back(row->id);
+        if (commits.size() > MOST_COMMITS)
+            break;
+    }
+    return commits;
+}
+
 std::optional<git_oid> RevlaneList::selected_commit() const
 {
     if (selected_count() != 1)
@@ -439,7 +456,7 @@ LRESULT RevlaneList::on_notify(NMHDR& header)
         on_cache_hint(*reinterpret_cast<const NMLVCACHEHINT*>(&header));
         break;
     case LVN_ITEMACTIVATE:
-        open_commit();
+        open_commit(first_selected());
         break;
     case LVN_ITEMCHANGED:
         if ((reinterpret_cast<const NMLISTVIEW*>(&header)->uNewState & LVIS_SELECTED) != 0)
@@ -514,7 +531,7 @@ win32::Handled RevlaneList::handle(const win32::Message& message)
         on_context_menu(keyboard_menu_place(list_));
         return 0;
     case WM_COMMAND:
-        return on_command(LOWORD(message.wparam));
+        return on_command(LOWORD(message.wparam), first_selected());
     case WM_REVLANE_COUNT:
         on_count(message.wparam);
         return 0;
@@ -533,11 +550,11 @@ win32::Handled RevlaneList::handle(const win32::Message& message)
     }
 }
 
-win32::Handled RevlaneList::on_command(UINT id)
+win32::Handled RevlaneList::on_command(UINT id, const Commits& commits)
 {
     switch (id) {
     case ID_OPEN_COMMIT:
-        open_commit();
+        open_commit(commits);
         return 0;
     case ID_COPY_COMMIT_IDS:
         copy_ids();
@@ -546,16 +563,16 @@ win32::Handled RevlaneList::on_command(UINT id)
         copy_rows();
         return 0;
     case ID_COMPARE_COMMITS:
-        compare_commits();
+        compare_commits(commits);
         return 0;
     case ID_COMMITS_REFRESH:
         PostMessageW(host_, WM_REVLANE_REFRESH_ALL, 0, 0);
         return 0;
     case ID_COMMIT_CHECKOUT:
-        on_checkout();
+        on_checkout(commits);
         return 0;
     case ID_COMMIT_CREATE_BRANCH:
-        on_create_branch();
+        on_create_branch(commits);
         return 0;
     default:
         return std::nullopt;
@@ -588,7 +605,13 @@ void RevlaneList::on_context_menu(std::optional<POINT> where)
         LoadMenuW(host::resource_module(), MAKEINTRESOURCEW(IDM_COMMIT_LIST)));
     const HMENU items = GetSubMenu(menu.get(), 0);
     prepare_menu(items);
-    TrackPopupMenuEx(items, TPM_RIGHTBUTTON, place.x, place.y, list_, nullptr);
+    // Other rows may take their place while the menu stands, and the window may go.
+    const Commits commits = first_selected();
+    const HWND list = list_;
+    const BOOL chosen =
+        TrackPopupMenuEx(items, TPM_RIGHTBUTTON | TPM_RETURNCMD, place.x, place.y, list, nullptr);
+    if (chosen != 0 && IsWindow(list))
+        on_command(static_cast<UINT>(chosen), commits);
 }
 
 void RevlaneList::post_selection()
@@ -603,20 +626,18 @@ void RevlaneList::post_selection()
     win32::post_owned(host_, WM_REVLANE_SELECTION, std::move(selection));
 }
 
-void RevlaneList::open_commit()
+void RevlaneList::open_commit(const Commits& commits)
 {
-    const std::vector<const git::CommitRow*> rows = built_selection();
-    if (!rows.empty())
+    if (!commits.empty())
         win32::post_owned(host_, WM_REVLANE_OPEN_COMMIT,
-                          std::make_unique<git_oid>(rows.front()->id));
+                          std::make_unique<git_oid>(commits.front()));
 }
 
-void RevlaneList::compare_commits()
+void RevlaneList::compare_commits(const Commits& commits)
 {
-    const std::vector<const git::CommitRow*> rows = built_selection();
-    if (rows.size() == 2)
+    if (commits.size() == 2)
         win32::post_owned(host_, WM_REVLANE_COMPARE_REVISIONS,
-                          std::make_unique<RevisionPair>(RevisionPair{rows[0]->id, rows[1]->id}));
+                          std::make_unique<RevisionPair>(RevisionPair{commits[0], commits[1]}));
 }
 
 void RevlaneList::copy_rows()
@@ -642,26 +663,24 @@ void RevlaneList::copy_ids()
     host::set_status_text(frame_, host::load_text(IDS_IDS_COPIED));
 }
 
-void RevlaneList::on_checkout()
+void RevlaneList::on_checkout(const Commits& commits)
 {
-    const std::vector<const git::CommitRow*> rows = built_selection();
-    if (rows.empty() || !repository_)
+    if (commits.empty() || !repository_)
         return;
-    command_slot_.submit(
-        [task = CommandTask{host_, repository_->path, commands_}, commit = rows.front()->id_text] {
-            if (task.report(git::checkout_branch(task.context(), commit)))
-                task.arrived_at("HEAD");
-        });
+    command_slot_.submit([task = CommandTask{host_, repository_->path, commands_, arrival_},
+                          commit = git::oid_to_text(commits.front())] {
+        if (task.report(git::checkout_branch(task.context(), commit)))
+            task.arrived_at("HEAD");
+    });
     PostMessageW(list_, WM_SETCURSOR, 0, 0);
 }
 
-void RevlaneList::on_create_branch()
+void RevlaneList::on_create_branch(const Commits& commits)
 {
-    const std::vector<const git::CommitRow*> rows = built_selection();
-    if (rows.empty() || !repository_)
+    if (commits.empty() || !repository_)
         return;
-    const CommandTask task{host_, repository_->path, commands_};
-    const std::wstring commit = rows.front()->id_text;
+    const CommandTask task{host_, repository_->path, commands_, arrival_};
+    const std::wstring commit = git::oid_to_text(commits.front());
     const HWND list = list_;
     const std::optional<std::wstring> name = ask_branch_name(list);
     // The window may have gone while the question stood.

@@ -3,6 +3,7 @@
 // its posted messages; it ends with the host window.
 #pragma once
 
+#include "changes/cancellation.h"
 #include "changes/messages.h"
 #include "git/git.h"
 #include "history/commit_count.h"
@@ -105,12 +106,17 @@ public:
     [[nodiscard]] UINT selected_count() const noexcept;
     // Whether a search, a checkout or a branch creation runs or waits.
     [[nodiscard]] bool is_busy() const noexcept;
+    // Whether a checkout or a branch creation does.
+    [[nodiscard]] bool is_changing_repository() const noexcept { return command_slot_.busy(); }
     // The commit of the only selected row; nothing when another number is selected.
     [[nodiscard]] std::optional<git_oid> selected_commit() const;
 
 private:
     win32::Handled handle(const win32::Message& message);
-    win32::Handled on_command(UINT id);
+    // The commits that a command is about, in the order of the list.
+    using Commits = std::vector<git_oid>;
+
+    win32::Handled on_command(UINT id, const Commits& commits);
     void on_count(WPARAM wparam);
     void on_filtered(WPARAM wparam);
     void on_cache_hint(const NMLVCACHEHINT& hint);
@@ -118,12 +124,12 @@ private:
     void on_key_down(WORD key);
     void on_context_menu(std::optional<POINT> where);
 
-    void open_commit();
-    void compare_commits();
+    void open_commit(const Commits& commits);
+    void compare_commits(const Commits& commits);
     void copy_ids();
     void copy_rows();
-    void on_checkout();
-    void on_create_branch();
+    void on_checkout(const Commits& commits);
+    void on_create_branch(const Commits& commits);
 
     // Fills the list with its first rows.
     git::Result<void> fill();
@@ -136,6 +142,7 @@ private:
     void fit_columns();
     void select_rows(const std::vector<std::size_t>& rows);
     [[nodiscard]] std::vector<const git::CommitRow*> built_selection() const;
+    [[nodiscard]] Commits first_selected() const;
 
     HWND list_ = nullptr;
     HWND host_ = nullptr;
@@ -151,6 +158,7 @@ private:
     CommitCount count_;
     CommitSearch search_;
     win32::TaskSlot command_slot_;
+    std::shared_ptr<Cancellation> arrival_ = std::make_shared<Cancellation>();
     std::unique_ptr<win32::Subclass> subclass_;
 };
 

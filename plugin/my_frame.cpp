@@ -225,9 +225,7 @@ void MyCFrame::show_history(const std::filesystem::path& repository)
                       std::make_unique<std::wstring>(repository.wstring()));
     if (branch)
         win32::post_owned(open, WM_REVLANE_SET_REVISION, std::make_unique<std::string>(*branch));
-    if (IsIconic(open))
-        ShowWindow(open, SW_RESTORE);
-    SetForegroundWindow(open);
+    PostMessageW(open, WM_REVLANE_COME_TO_FRONT, 0, 0);
 }
 
 LRESULT MyCFrame::on_request(MyCFrame* frame, WPARAM request, LPARAM payload)
@@ -253,6 +251,16 @@ LRESULT MyCFrame::on_request(MyCFrame* frame, WPARAM request, LPARAM payload)
                               std::make_unique<git::CommandResult>(*result));
         else if (!result->ok)
             win32::show_error(frame->window_, win32::to_wide(result->output));
+        break;
+    }
+    case WM_REVLANE_STASH_KEPT: {
+        auto told = win32::take_owned<std::wstring>(static_cast<WPARAM>(payload));
+        if (frame == nullptr || told == nullptr)
+            break;
+        if (const HWND bar = frame->panel())
+            win32::post_owned(bar, WM_REVLANE_STASH_KEPT, std::move(told));
+        else
+            win32::show_error(frame->window_, *told);
         break;
     }
     case REQUEST_SHOW_HISTORY: {

@@ -182,6 +182,16 @@ protected:
         EXPECT_TRUE(wait([&] { return text(IDC_HISTORY_STATE).ends_with(in_state); }));
         pump();
     }
+    // As by a click on it in the drop-down.
+    void pick_branch(const wchar_t* name)
+    {
+        const HWND combo = control(IDC_HISTORY_BRANCH);
+        send(combo, CB_SETCURSEL,
+             static_cast<WPARAM>(
+                 send(combo, CB_FINDSTRINGEXACT, 0, reinterpret_cast<LPARAM>(name))));
+        for (const int code : {CBN_SELENDOK, CBN_CLOSEUP})
+            send(window_, WM_COMMAND, MAKEWPARAM(IDC_HISTORY_BRANCH, code));
+    }
     template <typename T>
     void post(UINT message, T payload)
     {
@@ -566,6 +576,35 @@ TEST_F(History, ClosesWhileACountAndASearchRun)
     pump();
 }
 
+TEST_F(History, EndsASwitchBeforeItself)
+{
+    repository_.write_file("a.txt", "one\n");
+    repository_.commit_all("first");
+    repository_.script("git branch other; git branch third");
+    repository_.write_file("a.txt", "two\n");
+    open();
+    pick_branch(L"other");
+    PostMessageW(window_, WM_CLOSE, 0, 0);
+    pump();
+    EXPECT_TRUE(IsWindow(window_));
+    EXPECT_FALSE(IsWindowVisible(window_));
+    // Asked for again, it stays.
+    PostMessageW(window_, WM_REVLANE_COME_TO_FRONT, 0, 0);
+    ASSERT_TRUE(wait([&] { return text(IDC_HISTORY_TITLE).ends_with(L" - other"); }));
+    EXPECT_TRUE(IsWindowVisible(window_));
+    EXPECT_TRUE(wait([&] { return repository_.read_file("a.txt") == "two\n"; }));
+
+    pick_branch(L"third");
+    PostMessageW(window_, WM_COMMAND, IDCANCEL, 0);
+    EXPECT_TRUE(wait([&] { return !IsWindow(window_); }));
+    EXPECT_EQ(repository_.git({"symbolic-ref", "HEAD"}), "refs/heads/third\n");
+    EXPECT_EQ(repository_.read_file("a.txt"), "two\n");
+    EXPECT_EQ(repository_.git({"stash", "list"}), "");
+    take_requests();
+    ASSERT_TRUE(last_command_);
+    EXPECT_TRUE(last_command_->command.starts_with(L"stash drop"));
+}
+
 // ---- Commands --------------------------------------------------------------------------------------
 
 TEST_F(History, MenusFitTheSelection)
@@ -701,6 +740,33 @@ TEST_F(History, ChecksOutAndBranchesOff)
     EXPECT_EQ(repository_.git({"symbolic-ref", "HEAD"}), "refs/heads/größe/neu\n");
 }
 
+TEST_F(History, AMenuIsAboutTheCommitThatItWasOpenedOn)
+{
+    repository_.fast_import(straight_line(8));
+    repository_.script("git reset -q --hard; git branch short main~5");
+    open();
+    const std::string wanted = repository_.id_of("main~1");
+    select({1});
+    // Other rows take their place while the menu stands, and the first of them is selected.
+    bool has_turned = false;
+    const win32::Subclass menu(
+        list_,
+        [&](const win32::Message& message) -> win32::Handled {
+            if (message.id != WM_ENTERIDLE || std::exchange(has_turned, true))
+                return std::nullopt;
+            win32::post_owned(window_, WM_REVLANE_SET_REVISION,
+                              std::make_unique<std::string>("short"));
+            support::pump_until([&] { return count() == 3; });
+            // The access key of the check-out.
+            PostMessageW(list_, WM_CHAR, L'c', 0);
+            return std::nullopt;
+        },
+        7);
+    send(list_, WM_CONTEXTMENU, reinterpret_cast<WPARAM>(list_), -1);
+    EXPECT_TRUE(has_turned);
+    EXPECT_TRUE(wait([&] { return repository_.id_of("HEAD") == wanted; }));
+}
+
 TEST_F(History, ComparesFilesOneAfterTheOther)
 {
     repository_.script("mkdir dir; echo 1 >dir/a; echo 1 >b; echo 1 >c; git add -A; commit one\n"
@@ -812,6 +878,25 @@ TEST_F(History, ShowsTheRevisionThatIsAskedFor)
         EXPECT_EQ(text(IDC_HISTORY_STATE), test.state);
     }
     EXPECT_EQ(repository_.git({"symbolic-ref", "HEAD"}), "refs/heads/main\n") << "no switch";
+
+    // Picked, the branch that is checked out comes back; named, it stands for whichever is.
+    post(WM_REVLANE_SET_REVISION, std::string("short"));
+    pick_branch(L"main");
+    EXPECT_TRUE(wait_state(L"8 commits"));
+    EXPECT_EQ(shown_branch(), L"main");
+    post(WM_REVLANE_SET_REVISION, std::string("main"));
+    pick_branch(L"short");
+    EXPECT_TRUE(wait_state(L"3 commits"));
+    EXPECT_EQ(repository_.git({"symbolic-ref", "HEAD"}), "refs/heads/short\n");
+    pick_branch(L"main");
+    EXPECT_TRUE(wait_state(L"8 commits"));
+    // As when a commit was made on no branch yet.
+    repository_.script("git symbolic-ref HEAD refs/heads/unborn");
+    post(WM_REVLANE_SET_REVISION, std::string("short"));
+    EXPECT_EQ(shown_branch(), L"short");
+    repository_.script("git symbolic-ref HEAD refs/heads/main");
+    PostMessageW(window_, WM_REVLANE_SHOW_HEAD, 0, 0);
+    EXPECT_TRUE(wait_state(L"8 commits"));
 
     // A filter in force is run again on what is shown now.
     filter(MESSAGE, L"subject [28]");
