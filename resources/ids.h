@@ -48,7 +48,7 @@
 #define IDS_NO_WEB_ADDRESS 1012      // {} address of a remote that no browser opens
 #define IDS_DISCARD_ONE 1013         // {} path: "Discard the changes in {}?"
 #define IDS_DISCARD_MANY 1014        // {} count: "Discard the changes in {} files?"
-#define IDS_DISCARD_LOSS 1015        // "They cannot be brought back."
+#define IDS_DISCARD_LOSS 1015        // "This cannot be undone."
 #define IDS_DISCARD_NEW_ONE 1016     // {} path, a new file: "Delete the new file {}?"
 #define IDS_DISCARD_NEW_COUNT 1017   // {} count of new files among them, which are deleted
 #define IDS_DISCARD_BUTTON 1018      // "&Discard"
