@@ -54,7 +54,7 @@ CommandResult drop_stash(const CommandContext& context);
 // the path, read as a pathspec, would take another changed file along. The command of a removal
 // reads "remove" and the path, its output is the text of Windows.
 CommandResult discard_changes(const CommandContext& context, std::wstring_view path);
-// `git add` of one path, for files that a configured filter must see.
+// `git add` of one path, for files that a configured filter must see or that are large.
 CommandResult add_path(const CommandContext& context, std::wstring_view path);
 
 Result<std::vector<git_oid>> file_history(const CommandContext& context, const git_oid& start,
@@ -65,9 +65,10 @@ Result<std::vector<git_oid>> commits_by_author(const CommandContext& context,
                                                std::wstring_view text, std::wstring_view revision);
 
 // Stages every path as one task does it: opens a fresh repository, adds what exists and removes what
-// is missing, and writes the index once; a path whose filter attribute names a configured driver
-// goes through add_path instead. Returns one result whose command reads "add" followed by the paths;
-// when one path fails, the index is left as it was and the output names that path.
+// is missing, and writes the index once; a path whose filter attribute names a configured driver,
+// and a file that would keep libgit2 busy for long, goes through add_path afterwards. Returns one
+// result whose command reads "add" followed by the paths; when one path fails, the index is left as it
+// was and the output names that path.
 CommandResult stage_paths(const CommandContext& context, const std::vector<std::wstring>& paths);
 
 }  // namespace git

@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <fmt/xchar.h>
 
+#include <cstdint>
 #include <optional>
 #include <utility>
 
@@ -14,8 +15,10 @@ namespace git {
 
 namespace {
 
-// What git says of a path that it does not track.
+// What git says of a path that it does not track, unless it speaks the user's language, and what it
+// ends with in any. Other failures have another code.
 constexpr std::string_view NOT_TRACKED = "did not match any file";
+constexpr std::uint32_t NOT_TRACKED_CODE = 1;
 
 Result<bool> is_tracked(git_repository* repository, const std::string& path)
 {
@@ -27,6 +30,13 @@ Result<bool> is_tracked(git_repository* repository, const std::string& path)
     if (code != 0 && code != GIT_ENOTFOUND)
         return tl::unexpected(error_from_libgit2());
     return code == 0;
+}
+
+// Whether git was asked for a tracked path and has given an answer.
+bool is_answered(const CommandResult& found)
+{
+    return found.ok || found.exit_code == NOT_TRACKED_CODE ||
+           found.output.find(NOT_TRACKED) != std::string::npos;
 }
 
 // A path for libgit2's pathspecs, in which "!" and "#" at the beginning are special, unlike in git's.
@@ -115,7 +125,7 @@ CommandResult discard_changes(const CommandContext& context, std::wstring_view p
 {
     const Git::Run whole(context.git);
     CommandResult found = run_command(context, table::FIND_TRACKED, {path});
-    if (!found.ok && found.output.find(NOT_TRACKED) == std::string::npos)
+    if (!is_answered(found))
         return found;
     if (whole.was_ended())
         return {std::move(found.command), to_utf8(run_was_ended()), false};

@@ -80,14 +80,19 @@ std::optional<Error> find_index_lock(git_repository* repository)
     return is_locked(lock_of(*path));
 }
 
-LockedIndex::LockedIndex(const std::filesystem::path& path, win32::FileHandle lock)
-    : path_(win32::long_path(path)), copy_(with_suffix(path, COPY_SUFFIX)), lock_(std::move(lock))
+LockedIndex::LockedIndex(git_repository* repository, const std::filesystem::path& path,
+                         win32::FileHandle lock)
+    : repository_(repository), path_(win32::long_path(path)), copy_(with_suffix(path, COPY_SUFFIX)),
+      lock_(std::move(lock))
 {
 }
 
 LockedIndex::~LockedIndex()
 {
-    DeleteFileW(copy_.c_str());
+    git_repository_set_index(repository_, nullptr);
+    // Without the lock a copy is that of another change.
+    if (lock_)
+        remove_copy();
 }
 
 Result<std::unique_ptr<LockedIndex>> LockedIndex::open(git_repository* repository)
@@ -98,8 +103,10 @@ Result<std::unique_ptr<LockedIndex>> LockedIndex::open(git_repository* repositor
     Result<win32::FileHandle> lock = take_lock(lock_of(*path));
     if (!lock)
         return tl::unexpected(std::move(lock).error());
-    std::unique_ptr<LockedIndex> opened(new LockedIndex(*path, std::move(*lock)));
+    std::unique_ptr<LockedIndex> opened(new LockedIndex(repository, *path, std::move(*lock)));
 
+    // The lock is ours, so what lies there was left by an editor that has crashed.
+    opened->remove_copy();
     // The copy keeps the time of the original, by which libgit2 tells which files may have changed
     // after they were staged. A new repository has no index yet.
     if (!CopyFileW(opened->path_.c_str(), opened->copy_.c_str(), FALSE) &&
@@ -110,7 +117,11 @@ Result<std::unique_ptr<LockedIndex>> LockedIndex::open(git_repository* repositor
     if (git_index_open(&index, copy.c_str()) != 0)
         return tl::unexpected(error_from_libgit2());
     opened->index_.reset(index);
-    if (git_repository_set_index(repository, index) != 0)
+    // Only the index that a repository opens by itself knows from its configuration what the file
+    // system can do. Another one would drop modes that files of Windows do not have, and would keep
+    // two spellings of a folder apart.
+    if (git_repository_set_index(repository, index) != 0 ||
+        git_index_set_caps(index, GIT_INDEX_CAPABILITY_FROM_OWNER) != 0)
         return tl::unexpected(error_from_libgit2());
     return opened;
 }
@@ -123,6 +134,13 @@ Result<void> LockedIndex::write()
         return tl::unexpected(error_from_last_windows_error());
     lock_.reset();
     return {};
+}
+
+void LockedIndex::remove_copy()
+{
+    DeleteFileW(copy_.c_str());
+    // The lock under which libgit2 writes the copy.
+    DeleteFileW(lock_of(copy_).c_str());
 }
 
 }  // namespace git

@@ -23,10 +23,10 @@ std::optional<Error> find_index_lock(git_repository* repository);
 // if the editor crashes. Used on the thread of the repository, which must outlive it.
 class LockedIndex {
 public:
-    // Fails at once while another git holds the lock. The repository is for this one change: its
-    // index is the copy from now on.
+    // Fails at once while another git holds the lock. Until the end the copy is the index of the
+    // repository: what else asks its handle sees the changes, written or not.
     static Result<std::unique_ptr<LockedIndex>> open(git_repository* repository);
-    // What was not written is dropped.
+    // What was not written is dropped. The repository reads its index anew when it is next asked.
     ~LockedIndex();
     LockedIndex(const LockedIndex&) = delete;
     LockedIndex& operator=(const LockedIndex&) = delete;
@@ -36,8 +36,11 @@ public:
     Result<void> write();
 
 private:
-    LockedIndex(const std::filesystem::path& path, win32::FileHandle lock);
+    LockedIndex(git_repository* repository, const std::filesystem::path& path,
+                win32::FileHandle lock);
+    void remove_copy();
 
+    git_repository* repository_;
     std::filesystem::path path_;
     std::filesystem::path copy_;
     win32::FileHandle lock_;

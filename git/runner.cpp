@@ -427,7 +427,8 @@ CommandResult run_git(std::wstring arguments, const std::filesystem::path& worki
     if (!text)
         return failed(text.error());
     result.output = std::move(*text);
-    result.ok = exit_code(*running) == 0;
+    const std::uint32_t code = exit_code(*running);
+    result.ok = code == 0;
     if (!result.ok) {
         const Result<std::string> report = read_all(*running, Stream::Error, run);
         if (!report)
@@ -436,6 +437,7 @@ CommandResult run_git(std::wstring arguments, const std::filesystem::path& worki
     }
     if (run.was_ended())
         return failed(run_was_ended());
+    result.exit_code = code;
     return result;
 }
 

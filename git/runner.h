@@ -33,6 +33,8 @@ struct CommandResult {
     std::wstring command;  // the arguments, without "git --no-pager "
     std::string output;    // UTF-8; after a failure the failure's text
     bool ok = false;       // it started, its streams were read, its exit code was 0
+    // Of the one git that ran, unless we have ended it.
+    std::optional<std::uint32_t> exit_code = {};
 };
 
 // One started process. Destroying it terminates the process (harmless when it has ended) with all

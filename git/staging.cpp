@@ -7,12 +7,17 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <cstdint>
 #include <memory>
 #include <utility>
 
 namespace git {
 
 namespace {
+
+// Files above this size are staged by git, which can be ended. libgit2 reads and packs a file to its
+// end, and a panel that closes waits for that: a second at most for a file of this size.
+constexpr std::uint64_t LARGEST_FOR_LIBGIT2 = std::uint64_t{16} * 1024 * 1024;
 
 Error of_path(const std::string& path, const Error& error)
 {
@@ -40,20 +45,28 @@ public:
         return Staging(std::move(*repository), std::move(*index), std::move(config));
     }
 
-    // Whether no file is at the path any more; a folder may have taken its place.
-    [[nodiscard]] bool is_gone(const std::string& path) const
+    enum class Found { Nothing, File, LargeFile };
+
+    // What is at the path. A folder that has taken the place of a file counts as nothing.
+    [[nodiscard]] Found look_at(const std::string& path) const
     {
         const std::filesystem::path file =
             win32::long_path(repository_.path / win32::to_wide(path));
-        const DWORD attributes = GetFileAttributesW(file.c_str());
-        if (attributes == INVALID_FILE_ATTRIBUTES)
-            return GetLastError() == ERROR_FILE_NOT_FOUND || GetLastError() == ERROR_PATH_NOT_FOUND;
-        if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
-            return false;
+        WIN32_FILE_ATTRIBUTE_DATA found{};
+        if (!GetFileAttributesExW(file.c_str(), GetFileExInfoStandard, &found)) {
+            const DWORD failure = GetLastError();
+            const bool is_gone = failure == ERROR_FILE_NOT_FOUND || failure == ERROR_PATH_NOT_FOUND;
+            return is_gone ? Found::Nothing : Found::File;
+        }
+        const std::uint64_t size = (std::uint64_t{found.nFileSizeHigh} << 32U) | found.nFileSizeLow;
+        if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+            return size > LARGEST_FOR_LIBGIT2 ? Found::LargeFile : Found::File;
         std::size_t position = 0;
-        return git_index_find(&position, index_->get(), path.c_str()) == 0 &&
-               git_index_get_byindex(index_->get(), position)->mode != GIT_FILEMODE_COMMIT &&
-               (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
+        const bool was_file =
+            git_index_find(&position, index_->get(), path.c_str()) == 0 &&
+            git_index_get_byindex(index_->get(), position)->mode != GIT_FILEMODE_COMMIT &&
+            (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
+        return was_file ? Found::Nothing : Found::File;
     }
 
     // Whether the file's attributes ask for a conversion that libgit2 does not do.
@@ -111,13 +124,16 @@ Result<std::vector<std::string>> stage_in_index(Staging staging, const Git::Run&
 {
     // What is gone goes first: a folder may have come where a file was, or the other way round.
     std::vector<const std::string*> present;
+    std::vector<std::string> left;
     for (const std::string& path : paths) {
-        if (!staging.is_gone(path))
+        const Staging::Found found = staging.look_at(path);
+        if (found == Staging::Found::File)
             present.push_back(&path);
+        else if (found == Staging::Found::LargeFile)
+            left.push_back(path);
         else if (staging.remove(path) != 0)
             return tl::unexpected(of_path(path, error_from_libgit2()));
     }
-    std::vector<std::string> left;
     for (const std::string* path : present) {
         if (run.was_ended())
             return tl::unexpected(run_was_ended());

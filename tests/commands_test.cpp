@@ -440,6 +440,23 @@ TEST_F(Discarding, AnUntrackedFileIsRemovedAndNothingElse)
     EXPECT_EQ(status_of(repository_), std::vector<std::string>{" M two"});
 }
 
+TEST_F(Discarding, UnderstandsAGitThatSpeaksAnotherLanguage)
+{
+    change("two words.txt");
+    repository_.write_file("new.txt", "new");
+    repository_.script("printf kept >../outside.txt");
+    const support::FailingGit translated(0, L"translated");
+    for (const wchar_t* path : {L"two words.txt", L"new.txt"}) {
+        const CommandResult result = discard(path);
+        EXPECT_TRUE(result.ok) << result.output;
+    }
+    const CommandResult outside = discard(L"../outside.txt");
+    EXPECT_FALSE(outside.ok);
+    EXPECT_EQ(outside.output, "Das ist nicht gelungen.\n");
+    EXPECT_TRUE(is_original("two words.txt"));
+    EXPECT_EQ(repository_.script("git status --short; cat ../outside.txt"), "kept");
+}
+
 TEST_F(Discarding, APatternNeverTakesAnotherFileAlong)
 {
     const struct {
@@ -491,6 +508,16 @@ TEST_F(Discarding, SaysWhyNothingCouldBeDiscarded)
     EXPECT_NE(outside.output.find("outside repository"), std::string::npos) << outside.output;
     EXPECT_EQ(repository_.script("cat ../outside.txt"), "kept");
 
+    // So does that of a git that is not there.
+    repository_.write_file("new.txt", "kept");
+    {
+        const support::ScopedVariable path(L"PATH", L"");
+        const CommandResult not_started = discard(L"new.txt");
+        EXPECT_FALSE(not_started.ok);
+        EXPECT_EQ(not_started.command, L"ls-files --error-unmatch -- new.txt");
+    }
+    EXPECT_EQ(repository_.read_file("new.txt"), "kept");
+
     const win32::FileHandle held(CreateFileW((repository_.path() / L"held.txt").c_str(),
                                              GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
     const CommandResult locked = discard(L"held.txt");
@@ -512,6 +539,15 @@ protected:
 TEST_F(Staging, LeavesTheIndexThatGitWouldHaveMade)
 {
     repository_.git({"config", "core.longPaths", "true"});
+    // Modes that files of Windows do not have: those of the index stay.
+    repository_.script(R"(
+        echo run >tool.sh; printf target >link
+        git add tool.sh; git update-index --chmod=+x tool.sh
+        git update-index --add --cacheinfo "120000,$(git hash-object -w link),link"
+        commit modes
+    )");
+    repository_.write_file("tool.sh", "run more");
+    repository_.write_file("link", "other target");
     repository_.write_file("changed.txt", "changed");
     repository_.write_file("left.txt", "changed too");
     repository_.remove("gone.txt");
@@ -519,6 +555,8 @@ TEST_F(Staging, LeavesTheIndexThatGitWouldHaveMade)
     repository_.remove("folder then file");
     const std::string long_name = std::string(120, 'x') + "/" + std::string(120, 'y') + "/z.txt";
     const std::string paths[] = {"changed.txt",
+                                 "tool.sh",
+                                 "link",
                                  "gone.txt",
                                  "file then folder/größe 文件.txt",
                                  "file then folder",
@@ -538,7 +576,7 @@ TEST_F(Staging, LeavesTheIndexThatGitWouldHaveMade)
         wide_paths.push_back(win32::to_wide(path));
     const CommandResult result = stage(wide_paths);
     EXPECT_TRUE(result.ok) << result.output;
-    EXPECT_TRUE(result.command.starts_with(L"add changed.txt gone.txt ")) << result.output;
+    EXPECT_TRUE(result.command.starts_with(L"add changed.txt tool.sh ")) << result.output;
     EXPECT_EQ(repository_.git({"write-tree"}), repository_.script(R"(
         cp .git/index .git/other
         export GIT_INDEX_FILE=.git/other
@@ -550,6 +588,43 @@ TEST_F(Staging, LeavesTheIndexThatGitWouldHaveMade)
 
     // A path that has gone and was never there is no failure: there is nothing left to stage.
     EXPECT_TRUE(stage({L"never was.txt"}).ok);
+}
+
+TEST_F(Staging, SpellsAFolderAsTheIndexDoes)
+{
+    repository_.git({"config", "core.ignoreCase", "true"});
+    repository_.script("mv 'folder then file' renaming; mv renaming 'FOLDER then file'");
+    repository_.write_file("FOLDER then file/new.txt", "new");
+    const CommandResult result = stage({L"FOLDER then file/new.txt"});
+    EXPECT_TRUE(result.ok) << result.output;
+    EXPECT_EQ(repository_.git({"ls-files", "folder then file"}),
+              "folder then file/new.txt\nfolder then file/x.txt\n");
+    EXPECT_EQ(repository_.git({"write-tree"}), repository_.script(R"(
+        cp .git/index .git/other
+        export GIT_INDEX_FILE=.git/other
+        git read-tree HEAD
+        git add 'FOLDER then file/new.txt'
+        git write-tree
+    )"));
+}
+
+TEST_F(Staging, LeavesALargeFileToGitWhichCanBeEnded)
+{
+    constexpr std::size_t limit = std::size_t{16} * 1024 * 1024;
+    repository_.write_file("changed.txt", "changed");
+    repository_.write_file("large enough.bin", std::string(limit, 'x'));
+    const support::FailingGit counted(1000, L"before");
+    EXPECT_TRUE(stage({L"changed.txt", L"large enough.bin"}).ok);
+    EXPECT_EQ(counted.starts(), 0U);
+
+    repository_.write_file("too large.bin", std::string(limit + 1, 'y'));
+    repository_.write_file("left.txt", "changed");
+    const CommandResult result = stage({L"too large.bin", L"left.txt", L"gone.txt"});
+    EXPECT_TRUE(result.ok) << result.output;
+    EXPECT_EQ(counted.starts(), 1U);
+    EXPECT_EQ(status_of(repository_),
+              (std::vector<std::string>{"M  changed.txt", "A  large enough.bin", "M  left.txt",
+                                        "A  too large.bin"}));
 }
 
 // git compares times by the second, unless it was built otherwise: a file that was saved again within
@@ -673,6 +748,24 @@ TEST_F(Staging, WaitsForNoLockAndLosesNothing)
     repository_.write_file("changed.txt", "changed again");
     EXPECT_FALSE(stage({L"changed.txt"}).ok);
     EXPECT_EQ(status_of(repository_), std::vector<std::string>{"MM changed.txt"});
+}
+
+TEST_F(Staging, GoesOnWhereACrashHasLeftItsFiles)
+{
+    const auto index_files = [&] { return repository_.script("cd .git; ls index*"); };
+    repository_.write_file("changed.txt", "changed");
+    repository_.write_file(".git/index.revlane", "half a copy");
+    repository_.write_file(".git/index.revlane.lock", "half an index");
+    const CommandResult result = stage({L"changed.txt"});
+    EXPECT_TRUE(result.ok) << result.output;
+    EXPECT_EQ(status_of(repository_), std::vector<std::string>{"M  changed.txt"});
+    EXPECT_EQ(index_files(), "index\n");
+
+    // A copy is no index where there is none.
+    repository_.script("mv .git/index .git/index.revlane");
+    EXPECT_TRUE(stage({L"left.txt"}).ok);
+    EXPECT_EQ(repository_.git({"ls-files"}), "left.txt\n");
+    EXPECT_EQ(index_files(), "index\n");
 }
 
 TEST_F(Staging, LosesNothingThatATerminalStagesMeanwhile)

@@ -2,10 +2,11 @@
 // one of its starts: REVLANE_FAIL_AT is its number, counted from 1 in the file REVLANE_STARTS, or 0
 // for every start. REVLANE_FAIL_HOW says how it goes wrong:
 //
-//   before    it fails at once
-//   after     it fails when the real git has done its work
-//   hang      it sets the event REVLANE_FAIL_EVENT when the real git has done its work, and stays
-//   stay      it does nothing, and stays
+//   before      it fails at once
+//   after       it fails when the real git has done its work
+//   hang        it sets the event REVLANE_FAIL_EVENT when the real git has done its work, and stays
+//   stay        it does nothing, and stays
+//   translated  it ends as the real git does, but says in another language that it has failed
 #include "win32/handle.h"
 
 #include <windows.h>
@@ -14,6 +15,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -36,7 +38,7 @@ unsigned long count_start()
     return static_cast<unsigned long>(std::filesystem::file_size(file));
 }
 
-int run_real_git()
+int run_real_git(HANDLE errors = GetStdHandle(STD_ERROR_HANDLE))
 {
     const std::wstring program = variable(L"REVLANE_REAL_GIT");
     // The runs of git that git itself starts are not ours to count.
@@ -48,7 +50,7 @@ int run_real_git()
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
     startup.hStdOutput = GetStdHandle(STD_OUTPUT_HANDLE);
-    startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+    startup.hStdError = errors;
     PROCESS_INFORMATION started{};
     if (!CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW,
                         nullptr, nullptr, &startup, &started))
@@ -61,6 +63,19 @@ int run_real_git()
     return static_cast<int>(exit_code);
 }
 
+int run_translated_git()
+{
+    // Without a handle the real git's own words go nowhere.
+    const int exit_code = run_real_git(nullptr);
+    if (exit_code != 0) {
+        constexpr std::string_view words = "Das ist nicht gelungen.\n";
+        DWORD written = 0;
+        WriteFile(GetStdHandle(STD_ERROR_HANDLE), words.data(), static_cast<DWORD>(words.size()),
+                  &written, nullptr);
+    }
+    return exit_code;
+}
+
 }  // namespace
 
 int wmain()
@@ -70,6 +85,8 @@ int wmain()
     if (fails_at != 0 && fails_at != start)
         return run_real_git();
     const std::wstring how = variable(L"REVLANE_FAIL_HOW");
+    if (how == L"translated")
+        return run_translated_git();
     if (how == L"after" || how == L"hang")
         run_real_git();
     if (how == L"hang") {
