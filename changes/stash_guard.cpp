@@ -1,8 +1,10 @@
 #include "changes/stash_guard.h"
 
 #include "git/handles.h"
+#include "git/locked_index.h"
 #include "git/objects.h"
 
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -40,6 +42,12 @@ git::Result<git::Tree> head_tree(git_repository* repository)
     return git::Tree(reinterpret_cast<git_tree*>(found));
 }
 
+// Whether both are there and of the same mode, or neither is.
+bool same_mode(const std::optional<Version>& left, const std::optional<Version>& right)
+{
+    return left && right ? left->mode == right->mode : !left && !right;
+}
+
 // Whether the file of the working tree is what was staged.
 bool file_holds(git_repository* repository, const char* path, const std::optional<Version>& staged)
 {
@@ -73,12 +81,24 @@ git::Result<void> put_into_index(git_index* index, const char* path,
     return {};
 }
 
-// The trees of a switch: what the stash was made on, what was staged then, and what HEAD has now.
+// The trees of a switch: what the stash was made on, what was staged then, what the files were then,
+// and what HEAD has now.
 struct Trees {
     git::Tree base;
     git::Tree staged;
+    git::Tree files;
     git::Tree head;
 };
+
+// Whether the working tree has what was staged at a path, now that the stash has been applied. A mode
+// that HEAD does not have is nowhere but in the index: files of Windows have none.
+bool is_in_working_tree(git_repository* repository, const Trees& trees, const char* path,
+                        const std::optional<Version>& staged)
+{
+    return same_mode(staged, version_at(trees.head.get(), path)) &&
+           (same(staged, version_at(trees.files.get(), path)) ||
+            file_holds(repository, path, staged));
+}
 
 git::Result<Trees> read_trees(git_repository* repository, const git_oid& stash)
 {
@@ -92,10 +112,13 @@ git::Result<Trees> read_trees(git_repository* repository, const git_oid& stash)
     git::Result<git::Tree> staged = git::parent_tree(commit->get(), 1);
     if (!staged)
         return tl::unexpected(std::move(staged.error()));
+    git::Result<git::Tree> files = git::commit_tree(commit->get());
+    if (!files)
+        return tl::unexpected(std::move(files.error()));
     git::Result<git::Tree> head = head_tree(repository);
     if (!head)
         return tl::unexpected(std::move(head.error()));
-    return Trees{std::move(*base), std::move(*staged), std::move(*head)};
+    return Trees{std::move(*base), std::move(*staged), std::move(*files), std::move(*head)};
 }
 
 }  // namespace
@@ -131,28 +154,22 @@ git::Result<bool> restore_staged(git_repository* repository, const git_oid& stas
     if (count == 0)
         return true;
 
-    git_index* opened = nullptr;
-    if (git_repository_index(&opened, repository) != 0)
-        return tl::unexpected(git::error_from_libgit2());
-    const git::Index index(opened);
-    // The commands of the switch have written it since the repository was opened.
-    if (git_index_read(opened, 1) != 0)
-        return tl::unexpected(git::error_from_libgit2());
+    const git::Result<std::unique_ptr<git::LockedIndex>> index = git::LockedIndex::open(repository);
+    if (!index)
+        return tl::unexpected(index.error());
     bool is_all_kept = true;
     for (std::size_t i = 0; i < count; ++i) {
         const git_diff_delta* delta = git_diff_get_delta(found, i);
         const char* path = delta->new_file.path;
         const std::optional<Version> staged = version_at(trees->staged.get(), path);
         if (same(version_at(trees->base.get(), path), version_at(trees->head.get(), path))) {
-            if (git::Result<void> put = put_into_index(opened, path, staged); !put)
+            if (git::Result<void> put = put_into_index((*index)->get(), path, staged); !put)
                 return tl::unexpected(std::move(put.error()));
-        } else if (!file_holds(repository, path, staged)) {
+        } else if (!is_in_working_tree(repository, *trees, path, staged)) {
             is_all_kept = false;
         }
     }
-    if (git_index_write(opened) != 0)
-        return tl::unexpected(git::error_from_libgit2());
-    return is_all_kept;
+    return (*index)->write().map([&] { return is_all_kept; });
 }
 
 }  // namespace revlane

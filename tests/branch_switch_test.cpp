@@ -3,6 +3,7 @@
 #include "changes/branch_switch.h"
 
 #include "changes/messages.h"
+#include "changes/stash_guard.h"
 #include "changes/texts.h"
 #include "git/handles.h"
 #include "resources/ids.h"
@@ -17,8 +18,10 @@
 #include <windows.h>
 
 #include <array>
+#include <chrono>
 #include <filesystem>
 #include <functional>
+#include <future>
 #include <map>
 #include <optional>
 #include <set>
@@ -31,6 +34,7 @@ namespace revlane {
 
 namespace {
 
+using namespace std::chrono_literals;
 using support::TempRepository;
 using Verbs = std::vector<std::string>;
 
@@ -397,9 +401,25 @@ TEST_F(BranchSwitch, StopsWhereItMust)
          "sed -i 's/line 1 /work at the top /' differs; git add differs; echo 'work on a' >>a; "
          "git add a",
          "other",
+         WHOLE_SWITCH,
+         "other",
+         {" M differs", "M  a"},
+         0},
+        {"staged in such a file, and edited further",
+         "sed -i 's/line 1 /work at the top /' differs; git add differs; "
+         "sed -i 's/work at the top /work instead of it /' differs; "
+         "echo 'work on a' >>a; git add a",
+         "other",
          {"stash push", "stash list", "checkout", "stash apply", "stash drop!"},
          "other",
          {" M differs", "M  a"},
+         1},
+        {"such a file staged as a program, which no file of Windows says",
+         "sed -i 's/line 1 /work at the top /' differs; git add --chmod=+x differs",
+         "other",
+         {"stash push", "stash list", "checkout", "stash apply", "stash drop!"},
+         "other",
+         {" M differs"},
          1},
         {"staged in such a file, and the file made the same by hand",
          "sed -i 's/last of main/last of other/' differs; git add differs",
@@ -624,6 +644,44 @@ HOOK
     const std::string name = stashes[1].subject.substr(stashes[1].subject.find("revlane-"));
     EXPECT_EQ(results_.back().output,
               win32::to_utf8(text_with(IDS_STASH_NOT_ON_TOP, win32::to_wide(name))));
+}
+
+// What was staged is put back into an index that a terminal writes at the same time.
+TEST_F(BranchSwitch, LosesNothingThatATerminalStagesMeanwhile)
+{
+    // The long file has to be read between the reading and the writing of the index.
+    begin(R"(
+        echo "work on a" >>a; echo "work staged" >differs; git add a differs
+        echo "work and more" >>differs; git stash push -q -m ours
+        git checkout -q other; echo "work on a" >>a; head -c 8000000 /dev/zero >differs
+        for i in 0 1 2 3 4 5 6 7 8 9; do echo "work $i" >"theirs $i"; done
+    )");
+    const git_oid stash = stashes_of(repository_.get()).at(0).id;
+    auto terminal = std::async(std::launch::async, [&] {
+        files_->script("for i in 0 1 2 3 4 5 6 7 8 9; do\n"
+                       "    until git add \"theirs $i\" 2>/dev/null; do :; done\n"
+                       "done");
+    });
+    bool was_restored = false;
+    while (!was_restored || terminal.wait_for(20ms) != std::future_status::ready) {
+        const git::Repository opened = *git::open_repository(files_->path());
+        const git::Result<bool> restored = restore_staged(opened.handle.get(), stash);
+        // A refusal because of the terminal's lock is no loss.
+        if (!restored)
+            continue;
+        was_restored = true;
+        EXPECT_FALSE(*restored) << "what was staged of the long file is nowhere else";
+        // Who asks the same handle later sees the index that all see.
+        git_index* seen = nullptr;
+        ASSERT_EQ(git_repository_index(&seen, opened.handle.get()), 0);
+        EXPECT_TRUE(std::string_view(git_index_path(seen)).ends_with("/index"));
+        git_index_free(seen);
+    }
+    terminal.get();
+    std::set<std::string> wanted{"M  a", " M differs"};
+    for (int i = 0; i < 10; ++i)
+        wanted.insert("A  theirs " + std::to_string(i));
+    EXPECT_EQ(status_of(*files_), wanted);
 }
 
 TEST_F(BranchSwitch, SaysSoWhenItsStashIsNotListed)
