@@ -138,6 +138,27 @@ TEST(PostedPayload, IsDrainedByAWindowThatGoes)
     EXPECT_EQ(Counted::alive, 0);
 }
 
+// Windows hands out the end of the program whatever message is asked for.
+TEST(PostedPayload, IsToldFromTheEndOfTheProgram)
+{
+    constexpr int exit_code = 7;
+    MessageWindow window;
+    win32::post_owned(window.get(), WM_APP, std::make_unique<Counted>());
+    PostQuitMessage(exit_code);
+    EXPECT_TRUE(win32::is_waiting(window.get(), WM_APP));
+    EXPECT_FALSE(win32::is_waiting(window.get(), WM_APP + 1));
+    win32::drain_owned<Counted>(window.get(), WM_APP);
+    win32::drain_owned<Counted>(window.get(), WM_APP);
+    EXPECT_EQ(Counted::alive, 0);
+    EXPECT_FALSE(win32::is_waiting(window.get(), WM_APP));
+
+    MSG message{};
+    ASSERT_TRUE(PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE));
+    EXPECT_EQ(message.message, UINT{WM_QUIT});
+    EXPECT_EQ(message.wParam, WPARAM{exit_code});
+    EXPECT_FALSE(PeekMessageW(&message, nullptr, WM_QUIT, WM_QUIT, PM_REMOVE));
+}
+
 // A task that runs until it is let go.
 class HeldTask {
 public:

@@ -31,16 +31,35 @@ template <typename T>
     return std::unique_ptr<T>(reinterpret_cast<T*>(wparam));
 }
 
+// Takes the next such message from the queue, if one waits for a window of this thread.
+inline bool take_waiting(HWND window, UINT message, MSG& taken) noexcept
+{
+    // A null window would mean every message of the thread.
+    if (window == nullptr ||
+        !PeekMessageW(&taken, window, message, message, PM_REMOVE | PM_NOYIELD))
+        return false;
+    if (taken.message == message)
+        return true;
+    // WM_QUIT comes whatever is asked for, when nothing else waits. The editor's loop ends by it.
+    PostQuitMessage(static_cast<int>(taken.wParam));
+    return false;
+}
+
+// Drops the messages of this kind, which carry no payload, that still wait in the queue of `window`.
+inline void drop_waiting(HWND window, UINT message) noexcept
+{
+    MSG dropped{};
+    while (take_waiting(window, message, dropped)) {
+    }
+}
+
 // Frees the payloads of `message` that still wait in the queue of `window`. Called on the thread of
 // the window as it is destroyed (WM_NCDESTROY), when no task posts to it any more.
 template <typename T>
 void drain_owned(HWND window, UINT message) noexcept
 {
-    // A null window would mean every message of the thread.
-    if (window == nullptr)
-        return;
     MSG waiting{};
-    while (PeekMessageW(&waiting, window, message, message, PM_REMOVE | PM_NOYIELD))
+    while (take_waiting(window, message, waiting))
         (void)take_owned<T>(waiting.wParam);
 }
 
@@ -49,7 +68,8 @@ inline bool is_waiting(HWND window, UINT message) noexcept
 {
     MSG waiting{};
     return window != nullptr &&
-           PeekMessageW(&waiting, window, message, message, PM_NOREMOVE | PM_NOYIELD) != FALSE;
+           PeekMessageW(&waiting, window, message, message, PM_NOREMOVE | PM_NOYIELD) &&
+           waiting.message == message;
 }
 
 }  // namespace win32
