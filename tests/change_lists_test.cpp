@@ -26,9 +26,9 @@
 #include <chrono>
 #include <filesystem>
 #include <functional>
+#include <future>
 #include <memory>
 #include <optional>
-#include <semaphore>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -608,12 +608,13 @@ TEST_F(ChangeLists, RefreshesThatWaitAreMerged)
     win32::WorkPool pool;
     Bound<ChangesList> unstaged(pool);
     unstaged.changes.set_repository(&repository);
-    std::binary_semaphore go(0);
-    pool.detach_task([&go] { go.acquire(); });
+    // No semaphore: that of mingw-w64's runtime (12.2) now and then sleeps through its release.
+    std::promise<void> go;
+    pool.detach_task([&go] { go.get_future().wait(); });
     for (int i = 0; i < 5; ++i)
         unstaged.changes.refresh();
     EXPECT_TRUE(unstaged.changes.is_busy());
-    go.release();
+    go.set_value();
     EXPECT_TRUE(support::pump_until([&] { return !unstaged.changes.is_busy(); }));
     support::pump_waiting();
     EXPECT_EQ(unstaged.owner.order, "CD");
@@ -653,12 +654,12 @@ TEST_F(ChangeLists, NoLateAnswerForAFormerRepository)
 
     // It has not started yet.
     unstaged.owner.order.clear();
-    std::binary_semaphore go(0);
-    pool.detach_task([&go] { go.acquire(); });
+    std::promise<void> go;
+    pool.detach_task([&go] { go.get_future().wait(); });
     unstaged.changes.refresh();
     unstaged.changes.set_repository(nullptr);
     unstaged.changes.refresh();
-    go.release();
+    go.set_value();
     pool.wait();
     support::pump_waiting();
     EXPECT_EQ(unstaged.owner.order, "");

@@ -353,7 +353,8 @@ TEST_F(PluginFrame, ForwardsRequestsToThePanelAndTakesEveryPayload)
         EXPECT_EQ(give(WM_REVLANE_COMMAND_RESULT, result(true)), 0);
         for (const UINT request :
              {WM_REVLANE_OPEN_REPOSITORY, REQUEST_SHOW_HISTORY, WM_REVLANE_COMMAND_RESULT,
-              WM_REVLANE_EXTERNAL_REFRESH, WM_REVLANE_RELOAD_REFERENCES, UINT{1}})
+              WM_REVLANE_STASH_KEPT, WM_REVLANE_EXTERNAL_REFRESH, WM_REVLANE_RELOAD_REFERENCES,
+              UINT{1}})
             EXPECT_EQ(query(host::QUERY_REQUEST, request), 0) << request;
     }
     const HWND dialog = panel();
@@ -365,7 +366,8 @@ TEST_F(PluginFrame, ForwardsRequestsToThePanelAndTakesEveryPayload)
     EXPECT_EQ(copy->output, "refused");
     EXPECT_EQ(take_posted(dialog, WM_REVLANE_EXTERNAL_REFRESH), 1);
 
-    // With the bar closed the user still hears of a failure.
+    // With the bar closed the user still hears of a failure. The history stands where it will.
+    support::pump_waiting();
     report_bar_closed(host_.bar_id, 0);
     const support::BoxAnswer box(IDCLOSE);
     give(WM_REVLANE_COMMAND_RESULT, result(false));
