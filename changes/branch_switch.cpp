@@ -22,6 +22,18 @@ namespace revlane {
 
 namespace {
 
+// Git finds a stash by a regular expression. What means something in one and may stand in the name of a
+// branch is any character there: the time in the message tells it from others.
+std::wstring as_pattern(std::wstring message)
+{
+    constexpr std::wstring_view SPECIAL = L"()+$|{}";
+    std::replace_if(
+        message.begin(), message.end(),
+        [SPECIAL](wchar_t letter) { return SPECIAL.find(letter) != std::wstring_view::npos; },
+        L'.');
+    return message;
+}
+
 // One switch under way: runs its steps and reports each of them.
 class Switch {
 public:
@@ -60,7 +72,7 @@ private:
                 say(L"stash list", IDS_STASH_NOT_FOUND);
             return;
         }
-        if (report(git::apply_stash(context_, message_)))
+        if (report(git::apply_stash(context_, as_pattern(message_))))
             drop();
     }
 
@@ -117,19 +129,27 @@ private:
             result.output += win32::to_utf8(host::load_text(IDS_CANCELLED));
         }
         if (!result.ok && stash_ && is_kept(repository_, *stash_)) {
-            const std::wstring told = text_with(IDS_STASH_KEPT, message_);
-            result.output += "\n" + win32::to_utf8(told);
-            // What was ended shows no failure.
-            if (whole_.was_ended())
-                win32::post_owned(owner_, WM_REVLANE_STASH_KEPT,
-                                  std::make_unique<std::wstring>(told));
+            result.output += "\n" + win32::to_utf8(kept_text());
+            tell_of_stash_when_ended();
         }
         return post_result(owner_, std::move(result));
     }
 
-    // Says something that no command of git says.
+    // What was ended shows no failure.
+    void tell_of_stash_when_ended()
+    {
+        if (whole_.was_ended())
+            win32::post_owned(owner_, WM_REVLANE_STASH_KEPT,
+                              std::make_unique<std::wstring>(kept_text()));
+    }
+
+    [[nodiscard]] std::wstring kept_text() const { return text_with(IDS_STASH_KEPT, message_); }
+
+    // Says something about the stash that no command of git says.
     void say(const wchar_t* step, UINT text, const std::string& reason = {})
     {
+        if (stash_ && is_kept(repository_, *stash_))
+            tell_of_stash_when_ended();
         post_result(owner_, {step, win32::to_utf8(text_with(text, message_)) + reason, false});
     }
 

@@ -56,7 +56,8 @@ public:
     [[nodiscard]] const git_reference* shown_branch() const noexcept { return shown_branch_.get(); }
     // Its short name, UTF-8.
     [[nodiscard]] std::optional<std::string> shown_branch_name() const;
-    // Whether it was chosen since this was asked last, be it the same one once more.
+    // Whether it was chosen since the choice was taken last, be it the same one once more.
+    [[nodiscard]] bool has_choice() const noexcept { return was_chosen_; }
     bool take_choice() noexcept { return std::exchange(was_chosen_, false); }
 
     // Row i shows the element i.

@@ -24,6 +24,9 @@ std::optional<Version> version_at(const git_tree* tree, const char* path)
     if (git_tree_entry_bypath(&found, tree, path) != 0)
         return std::nullopt;
     const git::TreeEntry entry(found);
+    // A folder has come where a file was.
+    if (git_tree_entry_type(found) == GIT_OBJECT_TREE)
+        return std::nullopt;
     return Version{*git_tree_entry_id(found), git_tree_entry_filemode(found)};
 }
 

@@ -67,8 +67,8 @@ Result<std::vector<git_oid>> commits_by_author(const CommandContext& context,
 // Stages every path as one task does it: opens a fresh repository, adds what exists and removes what
 // is missing, and writes the index once; a path whose filter attribute names a configured driver,
 // and a file that would keep libgit2 busy for long, goes through add_path afterwards. Returns one
-// result whose command reads "add" followed by the paths; when one path fails, the index is left as it
-// was and the output names that path.
+// result whose command reads "add" followed by the paths; when one path fails, the output names
+// it, and the index is left as it was unless only what goes through add_path was left to do.
 CommandResult stage_paths(const CommandContext& context, const std::vector<std::wstring>& paths);
 
 }  // namespace git

@@ -46,11 +46,8 @@ bool HistorySource::read()
 void HistorySource::show(std::string revision)
 {
     revision_ = std::move(revision);
-    if (!repository_)
-        return;
-    read_references();
-    if (current_ != nullptr && git_branch_is_head(current_.get()) == 1)
-        follow_head();
+    if (repository_)
+        read_references();
 }
 
 void HistorySource::turn_to(std::filesystem::path path)
@@ -87,8 +84,11 @@ void HistorySource::read_references()
     current_ =
         revision_.empty() || revision_ == HEAD ? nullptr : find_branch(repository, revision_);
     if (current_ == nullptr) {
-        revision_.clear();
+        follow_head();
         current_ = std::move(head);
+    } else if (head != nullptr && std::string_view(git_reference_name(head.get())) ==
+                                      git_reference_name(current_.get())) {
+        follow_head();
     }
     git::Result<git::BranchList> branches = git::list_branches(repository);
     branches_ = branches ? std::optional(std::move(*branches)) : std::nullopt;

@@ -29,7 +29,7 @@ public:
     // Opens the repository anew and reads its references; whether it is there.
     bool read();
     // Turns to another branch of the open repository, and reads the references again. The one that is
-    // checked out stands for whichever is.
+    // checked out, now or at a later reading, stands for whichever is from then on.
     void show(std::string revision);
     // Shows the branch that is checked out from the next reading on.
     void follow_head() noexcept { revision_.clear(); }

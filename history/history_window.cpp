@@ -108,6 +108,7 @@ public:
 
 private:
     void end_all_work();
+    void tell_kept(std::unique_ptr<std::wstring> told);
     void close();
     void come_to_front();
     [[nodiscard]] bool is_changing_repository() const;
@@ -174,6 +175,7 @@ private:
     RECT place_{};  // on the screen, as the window opens
     bool opens_maximized_ = false;
     bool is_shown_ = false;
+    bool was_called_back_ = false;  // while it waited for the end of the last switch
 };
 
 HistoryWindow::HistoryWindow(const Opening& opening)
@@ -192,11 +194,13 @@ HistoryWindow::~HistoryWindow()
 // Nothing is posted after this.
 void HistoryWindow::end_all_work()
 {
+    references_.cancel();
     filters_->shutdown();
     end_work(*commands_, {&count_pool_, &filter_pool_, &command_pool_, &references_pool_});
-    references_.cancel();
-    win32::drain_owned<git::CommandResult>(dialog_, WM_REVLANE_COMMAND_RESULT);
+    if (MSG kept{}; win32::take_waiting(dialog_, WM_REVLANE_STASH_KEPT, kept))
+        tell_kept(win32::take_owned<std::wstring>(kept.wParam));
     win32::drain_owned<std::wstring>(dialog_, WM_REVLANE_STASH_KEPT);
+    win32::drain_owned<git::CommandResult>(dialog_, WM_REVLANE_COMMAND_RESULT);
     win32::drain_owned<Selection>(dialog_, WM_REVLANE_SELECTION);
     win32::drain_owned<git_oid>(dialog_, WM_REVLANE_SELECT_COMMIT);
     win32::drain_owned<git_oid>(dialog_, WM_REVLANE_OPEN_COMMIT);
@@ -206,11 +210,18 @@ void HistoryWindow::end_all_work()
     win32::drain_owned<std::wstring>(dialog_, WM_REVLANE_OPEN_REPOSITORY);
 }
 
+void HistoryWindow::tell_kept(std::unique_ptr<std::wstring> told)
+{
+    if (told != nullptr)
+        host::send_request(frame_, WM_REVLANE_STASH_KEPT, std::move(told));
+}
+
 // The user closes the window. A switch of branches that has begun comes to its end first, unseen:
-// ended halfway it would leave his changes in a stash.
+// ended halfway it would leave his changes in a stash. Whoever calls the window back and closes it
+// again wants to end it: git may hang.
 void HistoryWindow::close()
 {
-    if (!is_changing_repository()) {
+    if (!is_changing_repository() || was_called_back_) {
         DestroyWindow(dialog_);
         return;
     }
@@ -220,9 +231,10 @@ void HistoryWindow::close()
 
 void HistoryWindow::come_to_front()
 {
-    KillTimer(dialog_, END_TIMER);
     if (!is_shown_)
         return;
+    if (KillTimer(dialog_, END_TIMER))
+        was_called_back_ = is_changing_repository();
     ShowWindow(dialog_, IsIconic(dialog_) ? SW_RESTORE : SW_SHOW);
     SetForegroundWindow(dialog_);
 }
@@ -251,7 +263,8 @@ win32::Handled HistoryWindow::handle(const win32::Message& message)
         else if (message.wparam == COUNT_TIMER)
             carry_on();
         else if (message.wparam == END_TIMER && !is_changing_repository())
-            DestroyWindow(dialog_);
+            // Behind the last results.
+            PostMessageW(dialog_, WM_CLOSE, 0, 0);
         else
             return std::nullopt;
         return 0;
@@ -335,8 +348,7 @@ win32::Handled HistoryWindow::on_posted_message(const win32::Message& message)
         on_command_result(win32::take_owned<git::CommandResult>(message.wparam));
         return 0;
     case WM_REVLANE_STASH_KEPT:
-        if (auto told = win32::take_owned<std::wstring>(message.wparam))
-            host::send_request(frame_, WM_REVLANE_STASH_KEPT, std::move(told));
+        tell_kept(win32::take_owned<std::wstring>(message.wparam));
         return 0;
     case WM_REVLANE_SET_REVISION:
         if (const auto name = win32::take_owned<std::string>(message.wparam))
@@ -640,6 +652,7 @@ win32::Handled HistoryWindow::on_command(UINT id, UINT code)
 void HistoryWindow::on_branch_picked()
 {
     source_->follow_head();
+    was_called_back_ = false;
     if (!branches_.is_switching())
         PostMessageW(dialog_, WM_REVLANE_SHOW_HEAD, 0, 0);
 }
@@ -678,9 +691,21 @@ void HistoryWindow::on_tree_menu(POINT place)
     SetMenuDefaultItem(items, ID_COMPARE_TREE_FILE, FALSE);
     if (!commit_.files().has_selection())
         EnableMenuItem(items, ID_COMPARE_TREE_FILE, MF_GRAYED);
-    if (!commit_.files().selected_file())
+    // Another commit may be shown while the menu stands, and the window may go.
+    const std::optional<git_oid> commit = commit_.commit();
+    const std::optional<std::wstring> file = commit_.files().selected_file();
+    const std::filesystem::path repository = source_->path();
+    if (!file)
         EnableMenuItem(items, ID_TREE_FILE_HISTORY, MF_GRAYED);
-    TrackPopupMenuEx(items, TPM_RIGHTBUTTON, place.x, place.y, dialog_, nullptr);
+    const HWND dialog = dialog_;
+    const BOOL chosen =
+        TrackPopupMenuEx(items, TPM_RIGHTBUTTON | TPM_RETURNCMD, place.x, place.y, dialog, nullptr);
+    if (!IsWindow(dialog) || !source_->repository() || source_->path() != repository)
+        return;
+    if (chosen == ID_COMPARE_TREE_FILE && commit)
+        compare_file(comparison_place(), *commit, file);
+    else if (chosen == ID_TREE_FILE_HISTORY && file)
+        show_file_history(*file);
 }
 
 void HistoryWindow::on_selection(std::unique_ptr<Selection> selection)

@@ -1,5 +1,6 @@
 #include "history/revlane_list.h"
 
+#include "changes/command_task.h"
 #include "changes/get_dpi.h"
 #include "changes/list_control.h"
 #include "changes/messages.h"
@@ -70,7 +71,7 @@ int text_width(HWND list, const wchar_t* text)
 }
 
 // What a command task needs, copied for it.
-struct CommandTask {
+struct ListTask {
     HWND host;
     std::filesystem::path workdir;
     std::shared_ptr<git::Git> git;
@@ -79,14 +80,8 @@ struct CommandTask {
     [[nodiscard]] git::CommandContext context() const { return {workdir, *git}; }
 
     // Posts the result to the host; whether the command succeeded.
-    bool report(git::CommandResult result) const
-    {
-        const bool ok = result.ok;
-        win32::post_owned(host, WM_REVLANE_COMMAND_RESULT,
-                          std::make_unique<git::CommandResult>(std::move(result)));
-        return ok;
-    }
-    // Tells the host that HEAD is at `revision` now, unless it shows another repository by then.
+    bool report(git::CommandResult result) const { return post_result(host, std::move(result)); }
+    // Tells the host that HEAD is at `revision` now, unless it has turned to another repository.
     void arrived_at(std::string revision) const
     {
         PostMessageW(host, WM_REVLANE_REFRESH_ALL, 0, 0);
@@ -194,6 +189,7 @@ void RevlaneList::draw() const
 
 git::Result<void> RevlaneList::fill()
 {
+    ++fill_number_;
     if (!repository_)
         return {};
     git_repository* repository = repository_->handle.get();
@@ -608,9 +604,15 @@ void RevlaneList::on_context_menu(std::optional<POINT> where)
     // Other rows may take their place while the menu stands, and the window may go.
     const Commits commits = first_selected();
     const HWND list = list_;
+    const auto arrival = arrival_;
+    const std::uint64_t filled = fill_number_;
     const BOOL chosen =
         TrackPopupMenuEx(items, TPM_RIGHTBUTTON | TPM_RETURNCMD, place.x, place.y, list, nullptr);
-    if (chosen != 0 && IsWindow(list))
+    if (chosen == 0 || !IsWindow(list))
+        return;
+    // Of the rows that were to be copied not even the ids are kept: there may be a hundred thousand.
+    const bool is_copying = chosen == ID_COPY_COMMIT_IDS || chosen == ID_COPY_COMMITS;
+    if (arrival == arrival_ && !(is_copying && filled != fill_number_))
         on_command(static_cast<UINT>(chosen), commits);
 }
 
@@ -667,7 +669,7 @@ void RevlaneList::on_checkout(const Commits& commits)
 {
     if (commits.empty() || !repository_)
         return;
-    command_slot_.submit([task = CommandTask{host_, repository_->path, commands_, arrival_},
+    command_slot_.submit([task = ListTask{host_, repository_->path, commands_, arrival_},
                           commit = git::oid_to_text(commits.front())] {
         if (task.report(git::checkout_branch(task.context(), commit)))
             task.arrived_at("HEAD");
@@ -679,7 +681,7 @@ void RevlaneList::on_create_branch(const Commits& commits)
 {
     if (commits.empty() || !repository_)
         return;
-    const CommandTask task{host_, repository_->path, commands_, arrival_};
+    const ListTask task{host_, repository_->path, commands_, arrival_};
     const std::wstring commit = git::oid_to_text(commits.front());
     const HWND list = list_;
     const std::optional<std::wstring> name = ask_branch_name(list);

@@ -21,6 +21,7 @@
 #include <commctrl.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -158,6 +159,7 @@ private:
     CommitCount count_;
     CommitSearch search_;
     win32::TaskSlot command_slot_;
+    std::uint64_t fill_number_ = 0;  // one more whenever other rows come
     std::shared_ptr<Cancellation> arrival_ = std::make_shared<Cancellation>();
     std::unique_ptr<win32::Subclass> subclass_;
 };

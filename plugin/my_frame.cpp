@@ -215,7 +215,7 @@ HWND MyCFrame::history() const noexcept
 void MyCFrame::show_history(const std::filesystem::path& repository)
 {
     const std::optional<std::string> branch =
-        sidebar_ != nullptr ? sidebar_->shown_branch_name() : std::nullopt;
+        sidebar_ != nullptr ? sidebar_->take_branch_to_show() : std::nullopt;
     const HWND open = history();
     if (open == nullptr) {
         history_ = open_history_window({window_, repository, branch});
@@ -260,7 +260,7 @@ LRESULT MyCFrame::on_request(MyCFrame* frame, WPARAM request, LPARAM payload)
         if (const HWND bar = frame->panel())
             win32::post_owned(bar, WM_REVLANE_STASH_KEPT, std::move(told));
         else
-            win32::show_error(frame->window_, *told);
+            host::set_status_text(frame->window_, *told);
         break;
     }
     case REQUEST_SHOW_HISTORY: {

@@ -50,10 +50,11 @@ public:
 
     // The dialog; null before it is made and after it is gone.
     [[nodiscard]] HWND window() const noexcept { return dialog_; }
-    // The branch whose commits the history shows; nothing: HEAD.
-    [[nodiscard]] std::optional<std::string> shown_branch_name() const
+    // The branch that was just chosen for the history, once; nothing: the history is to stay as it is,
+    // or to begin with HEAD.
+    std::optional<std::string> take_branch_to_show()
     {
-        return branches_.shown_branch_name();
+        return branches_.take_choice() ? branches_.shown_branch_name() : std::nullopt;
     }
 
     // For the dialog procedure.

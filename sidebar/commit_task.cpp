@@ -23,14 +23,20 @@ git::CommandResult failed(const git::Error& error)
     return {L"commit", git::to_utf8(error), false};
 }
 
-// The paths of all changes of the working tree, untracked files included.
-git::Result<std::vector<std::wstring>> changed_paths(const std::filesystem::path& workdir)
+// The changes of the working tree, untracked files included. Ends with the run.
+git::Result<std::vector<git::FileChange>> find_changes(const CommandRun& run,
+                                                       git_repository* repository)
+{
+    return git::diff_index_to_workdir(repository, [&run] { return run.was_ended(); });
+}
+
+git::Result<std::vector<std::wstring>> changed_paths(const CommandRun& run)
 {
     const git::LibraryScope library;
-    const auto repository = git::open_repository(workdir);
+    const auto repository = git::open_repository(run.context.workdir);
     if (!repository)
         return tl::unexpected(repository.error());
-    const auto changes = git::diff_index_to_workdir(repository->handle.get());
+    const auto changes = find_changes(run, repository->handle.get());
     if (!changes)
         return tl::unexpected(changes.error());
     std::vector<std::wstring> paths;
@@ -42,10 +48,10 @@ git::Result<std::vector<std::wstring>> changed_paths(const std::filesystem::path
 
 // The id of the text that says why there is nothing to commit, or nothing when there is something.
 // A merge that was resolved may be committed without any change.
-git::Result<std::optional<UINT>> find_objection(const std::filesystem::path& workdir)
+git::Result<std::optional<UINT>> find_objection(const CommandRun& run)
 {
     const git::LibraryScope library;
-    const auto repository = git::open_repository(workdir);
+    const auto repository = git::open_repository(run.context.workdir);
     if (!repository)
         return tl::unexpected(repository.error());
     git_repository* opened = repository->handle.get();
@@ -56,7 +62,7 @@ git::Result<std::optional<UINT>> find_objection(const std::filesystem::path& wor
         return tl::unexpected(staged.error());
     if (!staged->empty())
         return std::nullopt;
-    const auto changes = git::diff_index_to_workdir(opened);
+    const auto changes = find_changes(run, opened);
     if (!changes)
         return tl::unexpected(changes.error());
     return changes->empty() ? IDS_NOTHING_TO_COMMIT : IDS_NOTHING_STAGED;
@@ -75,9 +81,12 @@ git::Result<bool> is_anything_staged(const std::filesystem::path& workdir)
 // Returns whether the commit may go on.
 bool stage_everything(const CommandRun& run)
 {
-    const auto paths = changed_paths(run.context.workdir);
+    const auto paths = changed_paths(run);
     if (!paths)
         return run.report(failed(paths.error()));
+    // Staging would not know that it was ended before.
+    if (run.was_ended())
+        return run.report(failed(git::run_was_ended()));
     return paths->empty() || run.report(git::stage_paths(run.context, *paths));
 }
 
@@ -106,7 +115,7 @@ void commit_changes(const CommandRun& run, const std::wstring& message, CommitSc
     }
     if (scope == CommitScope::Everything && !stage_everything(run))
         return;
-    const auto objection = find_objection(run.context.workdir);
+    const auto objection = find_objection(run);
     if (!objection) {
         run.report(failed(objection.error()));
         return;

@@ -47,7 +47,7 @@ void ChangesSidebar::on_refresh()
 void ChangesSidebar::on_refresh_all()
 {
     // The branches list has no other way to say that another branch is to be shown.
-    if (branches_.take_choice())
+    if (branches_.has_choice())
         on_show_history();
     refresh();
     tell_references_changed();

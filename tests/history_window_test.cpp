@@ -756,7 +756,7 @@ TEST_F(History, AMenuIsAboutTheCommitThatItWasOpenedOn)
                 return std::nullopt;
             win32::post_owned(window_, WM_REVLANE_SET_REVISION,
                               std::make_unique<std::string>("short"));
-            support::pump_until([&] { return count() == 3; });
+            EXPECT_TRUE(support::pump_until([&] { return count() == 3; }));
             // The access key of the check-out.
             PostMessageW(list_, WM_CHAR, L'c', 0);
             return std::nullopt;
