@@ -142,7 +142,7 @@ void BranchesDropdown::select_current()
 {
     if (select(current_))
         return;
-    constexpr WPARAM none = static_cast<WPARAM>(-1);
+    constexpr auto none = static_cast<WPARAM>(-1);
     SendMessageW(combo_, CB_SETCURSEL, unborn_ ? 0 : none, 0);
 }
 
